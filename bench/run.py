@@ -1,0 +1,181 @@
+#!/usr/bin/env python3
+"""Runs the benchmarks beside this file and prints how long each takes, here and in Lua.
+
+    run.py --vandra PROGRAM [--lua PROGRAM] [--runs N] [NAME...]
+
+Each NAME.vnd has a twin NAME.lua that does the same work and must print the same. A time is the median over whole
+processes, start-up included; `startup` shows how much that is. The benchmark `load` makes its scripts itself: straight
+programs of 10,000, 100,000 and 1,000,000 lines that end at their first one, so that the time is that of reading and
+parsing. `memory` is the peak memory of the one-line script.
+"""
+
+import argparse
+import fcntl
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+# Name, what it measures, the ratio to Lua that we mean to keep, and how many runs make a median.
+BENCHMARKS = [
+    ("count", "counting loop with arithmetic", 4, 5),
+    ("fib", "recursion with PROCEDURE, fib 28", 10, 5),
+    ("fraction", "fractions at nine digits", 4, 5),
+    ("sieve", "sieve on a stem", 4, 5),
+    ("tails", "string tails", 4, 5),
+    ("build", "string building by ||", 1, 5),
+    ("calls", "nested calls with arguments", 4, 5),
+    ("startup", "start-up of a one-line script", 1, 101),
+]
+LOAD_LINES = [10_000, 100_000, 1_000_000]
+MEMORY_LIMIT = 8 * 1024  # KiB
+
+PIECE_VND = """\
+/* One step of many that all look alike. */
+value{0} = {0} * 2 + length('line {0}')
+if value{0} > 100 & symbol('TOTAL') = 'VAR' then do
+    total = total + value{0}   /* sums up */
+    table.{0}.size = max(value{0}, total - 17.5)
+end
+else say 'step' {0} "has value" value{0} || '.'
+do i = 1 to 10 by 2 while total < 1e6
+    name.i = substr('abcdefgh', i, 2) left(value{0}, 8)
+end
+"""
+PIECE_LUA = """\
+-- One step of many that all look alike.
+value = {0} * 2 + #('line {0}')
+if value > 100 and total ~= nil then
+    total = total + value   -- sums up
+    steps[{0}].size = math.max(value, total - 17.5)
+else print('step', {0}, "has value", value .. '.') end
+i = 1
+while i <= 10 and total < 1e6 do
+    name[i], i = string.sub('abcdefgh', i, i + 1) .. value, i + 2
+end
+"""
+LINES_OF_PIECE = 10
+
+
+def seconds(command):
+    """Runs a command once: its time, and its peak memory in KiB."""
+    nothing = os.open(os.devnull, os.O_WRONLY)
+    start = time.perf_counter()
+    process = os.posix_spawn(command[0], command, os.environ, file_actions=[(os.POSIX_SPAWN_DUP2, nothing, 1)])
+    _, status, usage = os.wait4(process, 0)
+    taken = time.perf_counter() - start
+    os.close(nothing)
+    if status:
+        sys.exit(f"{' '.join(command)}: status {status}")
+    return taken, usage.ru_maxrss
+
+
+def median(command, runs):
+    return statistics.median(seconds(command)[0] for _ in range(runs))
+
+
+def output(command):
+    return subprocess.run(command, capture_output=True, check=True).stdout
+
+
+def show_time(value):
+    return f"{value * 1000:10.1f} ms"
+
+
+def row(title, ours, theirs, limit):
+    ratio = ours / theirs if theirs else None
+    text = f"{title:36}{show_time(ours)}"
+    if ratio is not None:
+        text += f"{show_time(theirs)}   x {ratio:5.2f}   of {limit:2}{'   <-- too slow' if ratio > limit else ''}"
+    print(text, flush=True)
+
+
+def run_pair(options, name, title, limit, runs):
+    script, twin = (os.path.join(HERE, name + ending) for ending in (".vnd", ".lua"))
+    ours = [options.vandra, script]
+    theirs = [options.lua, twin] if options.lua else None
+    if theirs and output(ours) != output(theirs):
+        sys.exit(f"{name}: the script and its twin print different things")
+    runs = options.runs or runs
+    row(title, median(ours, runs), median(theirs, runs) if theirs else None, limit)
+
+
+def run_load(options):
+    with tempfile.TemporaryDirectory() as place:
+        for lines in LOAD_LINES:
+            paths = {}
+            for ending, piece, stop in (("vnd", PIECE_VND, "exit"), ("lua", PIECE_LUA, "os.exit(0)")):
+                paths[ending] = os.path.join(place, "load." + ending)
+                with open(paths[ending], "w", encoding="ascii") as file:
+                    file.write(stop + "\n")
+                    file.writelines(piece.format(i) for i in range(lines // LINES_OF_PIECE))
+            taken = [seconds([options.vandra, paths["vnd"]]) for _ in range(options.runs or 3)]
+            ours = statistics.median(each[0] for each in taken)
+            theirs = f"{show_time(median([options.lua, paths['lua']], options.runs or 3))}" if options.lua else ""
+            title = f"loading {lines:,} lines"
+            print(
+                f"{title:36}{show_time(ours)}{theirs}"
+                f"   {ours * 1000 * 100_000 / lines:7.1f} ms per 100,000 lines,"
+                f" peak {max(each[1] for each in taken) / 1024:6.1f} MiB",
+                flush=True,
+            )
+
+
+def peak_memory(command):
+    """The peak memory of a process in KiB, read while it waits for somebody to take its output.
+
+    The resource usage that the system reports at the end would count the time before exec, when the process was still
+    a copy of this one. So its output is a pipe that is full already: the write blocks, and the record of the process
+    can be read at leisure.
+    """
+    reader, writer = os.pipe()
+    fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+    os.write(writer, bytes(fcntl.fcntl(writer, fcntl.F_GETPIPE_SZ)))
+    process = os.posix_spawn(command[0], command, os.environ, file_actions=[(os.POSIX_SPAWN_DUP2, writer, 1)])
+    os.close(writer)
+    time.sleep(0.2)
+    with open(f"/proc/{process}/status", encoding="ascii") as status:
+        peak = next(int(line.split()[1]) for line in status if line.startswith("VmHWM"))
+    with os.fdopen(reader, "rb") as rest:
+        rest.read()
+    os.waitpid(process, 0)
+    return peak
+
+
+def run_memory(options):
+    ours = peak_memory([options.vandra, os.path.join(HERE, "startup.vnd")])
+    theirs = peak_memory([options.lua, os.path.join(HERE, "startup.lua")]) if options.lua else None
+    other = f"{theirs:10} KiB" if theirs else ""
+    print(f"{'peak memory of a one-line script':36}{ours:9} KiB{other}   of {MEMORY_LIMIT} KiB"
+          f"{'   <-- too much' if ours > MEMORY_LIMIT else ''}")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--vandra", required=True)
+    parser.add_argument("--lua", default=shutil.which("lua5.4"))
+    parser.add_argument("--runs", type=int, default=0, help="runs per median (each benchmark has its own default)")
+    parser.add_argument("names", nargs="*")
+    options = parser.parse_args()
+    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "memory"]
+    for name in options.names:
+        if name not in known:
+            parser.error(f"no benchmark {name}; there are {', '.join(known)}")
+    wanted = options.names or known
+    print(f"{'':36}{'vandra':>13}{'lua5.4' if options.lua else '':>13}   ratio")
+    for name, title, limit, runs in BENCHMARKS:
+        if name in wanted:
+            run_pair(options, name, title, limit, runs)
+    if "load" in wanted:
+        run_load(options)
+    if "memory" in wanted:
+        run_memory(options)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,70 @@
+// A bump allocator for records that live and die together: the tokens, nodes and clauses of a program, the entries of
+// a variable level. Nothing in an arena is destroyed one by one, so it takes only trivially destructible records, and
+// whatever those point to must live in the same arena (or longer).
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+struct rx_arena {
+    /// Uninitialised storage of `size` bytes, aligned for every ordinary record.
+    void *allocate(size_t size) {
+        size = (size + 7) & ~size_t{7};
+        if (size > static_cast<size_t>(end_ - free_)) grow(size);
+        void *result = free_;
+        free_ += size;
+        return result;
+    }
+
+    /// A new record, constructed from the arguments; lives as long as the arena.
+    template <class T, class... Args> T *make(Args &&...args) {
+        static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= 8);
+        return new (allocate(sizeof(T))) T{std::forward<Args>(args)...};
+    }
+
+    /// `count` value-initialised records in a row.
+    template <class T> T *make_array(size_t count) {
+        static_assert(std::is_trivially_destructible_v<T> && alignof(T) <= 8);
+        T *first = static_cast<T *>(allocate(count * sizeof(T)));
+        for (size_t i = 0; i < count; i++) new (first + i) T{};
+        return first;
+    }
+
+    /// A copy of the text with a NUL behind it (not counted in the view).
+    std::string_view copy(std::string_view text) {
+        char *bytes = static_cast<char *>(allocate(text.size() + 1));
+        if (!text.empty()) std::memcpy(bytes, text.data(), text.size());
+        bytes[text.size()] = '\0';
+        return {bytes, text.size()};
+    }
+
+    /// Forgets all records and keeps the first block for reuse.
+    void reset() {
+        if (blocks_.size() > 1) blocks_.resize(1);
+        free_ = blocks_.empty() ? nullptr : blocks_[0].bytes.get();
+        end_ = blocks_.empty() ? nullptr : free_ + blocks_[0].size;
+    }
+
+  private:
+    struct block {
+        std::unique_ptr<char[]> bytes;
+        size_t size;
+    };
+    void grow(size_t size) {
+        size_t next = blocks_.empty() ? 1024 : blocks_.back().size * 2;
+        if (next > 1024 * 1024) next = 1024 * 1024;
+        if (next < size) next = size;
+        blocks_.push_back({std::unique_ptr<char[]>(new char[next]), next});
+        free_ = blocks_.back().bytes.get();
+        end_ = free_ + next;
+    }
+    std::vector<block> blocks_;
+    char *free_ = nullptr;
+    char *end_ = nullptr;
+};

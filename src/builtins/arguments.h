@@ -1,0 +1,126 @@
+// What a built-in does before it computes: evaluate the arguments, check their count, check each of them.
+//
+// A handler begins with a bu_args, which evaluates the arguments and refuses a wrong count; then comes a line for each
+// argument, in order, that checks it and gives it in the form in which it is used. A check that fails ends the handler
+// with error 40 at the position of the argument. The message is the function's name in capitals, "(): " and a
+// complaint; most complaints follow one form ("argument 2 must be a whole number."), the odd ones are written out by
+// their handlers.
+//
+// A number that was asked for as a number is one from then on: its text is the formatter's. A long text that a
+// variable holds isn't copied as long as the later arguments can't change the variable, so that a loop which looks at
+// a long text piece by piece takes linear time. A handler that assigns variables reads its arguments before.
+#pragma once
+
+#include "engine/functions.h"
+#include "values/numbers.h"
+#include "values/store.h"
+
+#include <string>
+#include <string_view>
+
+/// How a whole number is judged; flags.
+enum bu_rule : unsigned {
+    BU_EXACT = 0,   ///< as it is
+    BU_ROUNDED = 1, ///< after rounding to 9 digits
+    BU_CAPPED = 3,  ///< rounded, and not above 2147483647
+    BU_INTEGER = 4  ///< the complaint says "an integer" instead of "a whole number"
+};
+constexpr bu_rule operator|(bu_rule a, bu_rule b) {
+    return static_cast<bu_rule>(static_cast<unsigned>(a) | static_cast<unsigned>(b));
+}
+
+struct bu_args {
+    const rx_expr *list;
+    const char *name; ///< in capitals, for messages
+    rx_arguments values;
+
+    /// Evaluates the arguments; the handler checks their count itself. Arguments whose bit is set in `names` are
+    /// symbols that name a variable: they aren't evaluated, see `symbol`.
+    bu_args(const rx_expr *arguments, const char *function_name, unsigned names = 0);
+
+    /// The same, then refuses a count outside `least` to `most` and an omission among the first `least`.
+    bu_args(const rx_expr *arguments, const char *function_name, size_t least, size_t most, const char *complaint)
+        : bu_args(arguments, function_name) {
+        expect(least, most, least, complaint);
+    }
+
+    /// Refuses a count outside `least` to `most` and an omission among the first `mandatory`.
+    void expect(size_t least, size_t most, size_t mandatory, const char *complaint);
+
+    /// Refuses every argument.
+    void expect_none(const char *complaint) { expect(0, given(0) ? 0 : 1, 0, complaint); }
+
+    /// Refuses the omission of an argument.
+    void require(size_t i, const char *complaint) {
+        if (!given(i)) fail(i, complaint);
+    }
+
+    size_t count() const { return values.count; }
+    bool given(size_t i) const { return values.given(i); }
+
+    /// The text of an argument, empty when omitted; valid as long as the bu_args. For the first five arguments.
+    std::string_view text(size_t i) { return rx_arg_text(values[i], buffers_[i]); }
+    std::string_view text_or(size_t i, std::string_view fallback) { return given(i) ? text(i) : fallback; }
+
+    /// The argument as a string that owns its text, for changing in place.
+    rx_value take_text(size_t i);
+
+    /// The argument turned into a number.
+    double number(size_t i, std::string_view complaint, int error = 40);
+
+    /// A whole number of `least` or more, with both complaints written out.
+    double whole(size_t i, bu_rule rule, double least, std::string_view no_number, std::string_view out_of_range);
+
+    /// A length, a count: a whole number of 0 or more, in the usual words. An omitted one is `fallback`.
+    size_t size(size_t i, bu_rule rule, size_t fallback = 0);
+
+    /// A position, counted from 1: a whole number above 0, in the usual words. An omitted one is `fallback`.
+    size_t position(size_t i, bu_rule rule, size_t fallback = 1);
+
+    /// One byte to pad with.
+    char pad(size_t i, char fallback = ' ');
+
+    /// 0 or 1.
+    bool flag(size_t i, bool fallback = false);
+
+    /// The first byte of an option folded to lower case; 0 for an empty one.
+    char option(size_t i, char fallback);
+
+    /// The name of an argument that is written as a symbol, without a dot at its end. Anything else is refused.
+    std::string_view symbol(size_t i);
+
+    /// The variable that an argument's text still belongs to, or null when the text is the argument's own.
+    const rx_var *lender(size_t i) const;
+
+    /// Ends the handler with an error at an argument.
+    [[noreturn]] void fail(size_t i, std::string_view complaint, int error = 40) const;
+
+private:
+    bool lend_arguments(unsigned names);
+
+    rx_number_buffer buffers_[5];
+};
+
+/// The longest text that a function makes: 1 GiB.
+constexpr size_t bu_longest_result = size_t{1} << 30;
+
+/// A string of `length` bytes to be filled; error 5 above the longest.
+rx_value bu_string(size_t length);
+
+/// Appends to a result; error 5 above the longest.
+void bu_append(rx_value &result, std::string_view text);
+
+/// A number that a function computed.
+inline rx_value bu_number(double number) {
+    return rx_number(number, 0);
+}
+inline rx_value bu_count(size_t count) {
+    return rx_number(static_cast<double>(count), 0);
+}
+
+/// True for a name that a variable can have: symbol characters (the byte 168 is one here), the first neither a digit
+/// nor a dot.
+bool bu_is_variable_name(std::string_view name);
+
+/// The same set of characters, at any place.
+bool bu_is_symbol(std::string_view text);

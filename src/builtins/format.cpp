@@ -1,0 +1,174 @@
+// TRUNC and FORMAT: they work on the text of a number, digit by digit, as the formatter of the NUMERIC settings gives
+// it. Rounding here is therefore decimal: half up, with a carry through the digits.
+#include "builtins/arguments.h"
+#include "builtins/handlers.h"
+#include "platform/strings.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+/// The text of a number taken apart.
+struct number_parts {
+    bool negative = false;
+    std::string whole, fraction; ///< digits before and behind the point
+    bool has_exponent = false;
+    int exponent = 0;
+    bool plus = false;         ///< a positive exponent shows its sign
+    size_t exponent_width = 0; ///< an exponent shows this many digits at least
+
+    /// Reads "-12.5E+6" and its like.
+    explicit number_parts(std::string_view text) {
+        negative = text.starts_with('-');
+        if (negative) text.remove_prefix(1);
+        if (size_t e = text.find_first_of("Ee"); e != std::string_view::npos) {
+            std::string power(text.substr(e + 1));
+            exponent = std::atoi(power.c_str());
+            has_exponent = exponent != 0;
+            plus = power.starts_with('+') || exponent < 0;
+            exponent_width = power.size() - (rx_is_digit(power[0]) ? 0 : 1);
+            text = text.substr(0, e);
+        }
+        size_t point = std::min(text.find('.'), text.size());
+        whole = text.substr(0, point);
+        fraction = text.substr(std::min(point + 1, text.size()));
+    }
+
+    /// Writes the exponent out as zeros.
+    void expand() {
+        if (!has_exponent) return;
+        std::string digits = whole + fraction;
+        int point = static_cast<int>(whole.size()) + exponent;
+        if (point <= 0) {
+            digits.insert(0, static_cast<size_t>(1 - point), '0');
+            point = 1;
+        }
+        size_t places = static_cast<size_t>(point);
+        if (digits.size() < places) digits.append(places - digits.size(), '0');
+        whole = digits.substr(0, places);
+        fraction = digits.substr(places);
+        has_exponent = false;
+    }
+
+    /// Cuts or lengthens the fraction.
+    void cut(size_t places) { fraction.resize(places, '0'); }
+
+    /// Rounds the fraction to that many digits, half up.
+    void round(size_t places) {
+        bool up = fraction.size() > places && fraction[places] >= '5';
+        cut(places);
+        if (!up) return;
+        std::string digits = whole + fraction;
+        size_t at = digits.size();
+        while (at > 0 && digits[at - 1] == '9') digits[--at] = '0';
+        if (at > 0) {
+            digits[at - 1]++;
+        } else {
+            digits.insert(0, 1, '1');
+            if (has_exponent && rx_numeric->form == 0) {
+                // 9.99E+5 became 10.0E+5.
+                digits.pop_back();
+                exponent++;
+                has_exponent = exponent != 0;
+            }
+        }
+        whole = digits.substr(0, digits.size() - places);
+        fraction = digits.substr(digits.size() - places);
+    }
+
+    std::string exponent_text() const {
+        if (!has_exponent) return {};
+        std::string digits = std::to_string(std::abs(exponent));
+        if (digits.size() < exponent_width) digits.insert(0, exponent_width - digits.size(), '0');
+        return std::string(exponent < 0 ? "E-" : plus ? "E+" : "E") + digits;
+    }
+
+    std::string unsigned_text() const { return whole + (fraction.empty() ? "" : ".") + fraction; }
+};
+
+/// The value with that many digits behind the point and an exponent.
+number_parts in_exponents(double number, int places) {
+    char text[48];
+    auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::scientific, places);
+    return number_parts({text, static_cast<size_t>(end.ptr - text)});
+}
+
+} // namespace
+
+/// format(number, [before], [after], [expp], [expt])
+/// The number with `before` places in front of the point, filled up with blanks, and `after` digits behind it, rounded.
+/// expp is the count of digits of an exponent, 0 for none; a text with more than expt digits before the point, or twice
+/// as many behind it, gets an exponent when expp is omitted.
+/// Result: string
+/// Errors: 40 for a wrong count, a text that is no number, another argument that isn't whole and 0 or more, too few
+/// places before the point or for the exponent
+/// Example: '[' || format(-3.14159, 4, 2) || ']' -> [  -3.14]
+rx_value bu_format(const rx_expr *list) {
+    bu_args args(list, "FORMAT");
+    args.require(0, "argument 1 missing.");
+    args.expect(1, 5, 1, "up to 5 arguments allowed.");
+    double number = args.number(0, "argument 1 must be a whole number.");
+    size_t before = args.size(1, BU_EXACT), after = args.size(2, BU_EXACT);
+    size_t expp = args.size(3, BU_EXACT), expt = args.size(4, BU_EXACT);
+    if (before + after + expp > bu_longest_result) rx_raise(5);
+    std::string_view text = args.text(0);
+    if (!std::isfinite(number)) return rx_string(text);
+
+    number_parts parts(text);
+    if (!args.given(3) && args.given(4) && !parts.has_exponent &&
+        (parts.whole.size() > expt || parts.fraction.size() > 2 * expt)) {
+        int places = std::clamp(static_cast<int>(parts.unsigned_text().size()) - 2, 0, 15);
+        bool negative = parts.negative;
+        parts = in_exponents(std::fabs(number), places);
+        parts.negative = negative;
+        parts.plus = true;
+    }
+    if (args.given(3) && expp == 0) parts.expand();
+    if (args.given(2)) parts.round(after);
+
+    std::string exponent = parts.exponent_text();
+    if (expp > 0) {
+        if (!parts.has_exponent) {
+            exponent.assign(expp + 2, ' ');
+        } else {
+            if (std::to_string(std::abs(parts.exponent)).size() > expp) args.fail(3, "not enought room for exponent");
+            parts.plus = true;
+            parts.exponent_width = expp;
+            exponent = parts.exponent_text();
+        }
+    }
+    size_t places = parts.whole.size() + (parts.negative ? 1 : 0);
+    if (args.given(1) && places > before) args.fail(1, "argument 2 too small.");
+    rx_value result = bu_string(before > places ? before - places : 0);
+    if (result.length) std::fill_n(rx_bytes(result), result.length, ' ');
+    if (parts.negative) bu_append(result, "-");
+    bu_append(result, parts.unsigned_text());
+    bu_append(result, exponent);
+    return result;
+}
+
+/// trunc(number, [n])
+/// The number with n digits behind the point (0): the rest is cut off, not rounded.
+/// Result: string
+/// Errors: 40 for a wrong count, a text that is no number, an n that isn't whole and 0 or more
+/// Example: trunc(127.09782, 3) -> 127.097
+rx_value bu_trunc(const rx_expr *list) {
+    bu_args args(list, "TRUNC");
+    args.require(0, "argument 1 missing.");
+    args.expect(1, 2, 1, "up to 2 arguments allowed.");
+    double number = args.number(0, "argument 1 must be a whole number.");
+    size_t places = args.size(1, BU_EXACT);
+    if (places > bu_longest_result) rx_raise(5);
+    args.values[0].real = rx_round_digits(number, 9);
+    std::string_view text = args.text(0);
+    if (!std::isfinite(number)) return rx_string(text);
+    number_parts parts(text);
+    parts.expand();
+    parts.cut(places);
+    rx_value result = rx_string(parts.negative ? "-" : "");
+    bu_append(result, parts.unsigned_text());
+    return result;
+}

@@ -1,0 +1,321 @@
+// String functions that cut, pad and put together.
+#include "builtins/arguments.h"
+#include "builtins/handlers.h"
+#include "platform/strings.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// Writes the parts of a result one behind the other.
+struct writer {
+    char *at;
+
+    explicit writer(rx_value &result) : at(rx_bytes(result)) {}
+    void put(std::string_view text) {
+        if (!text.empty()) std::memcpy(at, text.data(), text.size());
+        at += text.size();
+    }
+    void fill(size_t count, char pad) {
+        std::memset(at, pad, count);
+        at += count;
+    }
+    /// The text in exactly `length` bytes: cut or padded at the right.
+    void put_in(std::string_view text, size_t length, char pad) {
+        put(text.substr(0, length));
+        if (length > text.size()) fill(length - text.size(), pad);
+    }
+};
+
+/// The rest of the text from a position (from 0); empty behind its end.
+std::string_view behind(std::string_view text, size_t position) {
+    return text.substr(std::min(position, text.size()));
+}
+
+/// A comma before every group of three bytes from the right.
+rx_value with_commas(std::string_view text) {
+    if (text.empty()) return rx_string(text);
+    size_t head = (text.size() - 1) % 3 + 1;
+    rx_value result = bu_string(text.size() + (text.size() - 1) / 3);
+    writer out(result);
+    out.put(text.substr(0, head));
+    for (size_t at = head; at < text.size(); at += 3) {
+        out.fill(1, ',');
+        out.put(text.substr(at, 3));
+    }
+    return result;
+}
+
+} // namespace
+
+/// center(string, length, [pad]), also centre
+/// The text in the middle of `length` bytes. A longer text loses bytes on both sides, a shorter one is padded; where
+/// the sides can't be equal the left one loses or gets the smaller part.
+/// Result: string
+/// Errors: 40 for a wrong count, a length that isn't whole and 0 or more, a pad that isn't one byte
+/// Example: center('ab', 7, '.') -> ..ab...
+rx_value bu_center(const rx_expr *list) {
+    bu_args args(list, "CENTER", 2, 3, "must receive 2 or 3 arguments.");
+    const char *complaint = "the second argument must be a positive integer.";
+    size_t length = static_cast<size_t>(std::min(args.whole(1, BU_EXACT, 0, complaint, complaint), 1e15));
+    char pad = args.pad(2);
+    std::string_view text = args.text(0);
+    if (length <= text.size()) return rx_string(text.substr((text.size() - length) / 2, length));
+    rx_value result = bu_string(length);
+    writer out(result);
+    size_t missing = length - text.size();
+    out.fill(missing / 2, pad);
+    out.put_in(text, length - missing / 2, pad);
+    return result;
+}
+
+/// comma(string)
+/// The text with a comma before every group of three bytes from the right, when it is longer than 6 bytes; no test
+/// that it is a number.
+/// Result: string
+/// Errors: 40 for a wrong count
+/// Example: comma(1234567) -> 1,234,567
+rx_value bu_comma(const rx_expr *list) {
+    bu_args args(list, "COMMA", 1, 1, "must receive 1 argument.");
+    return args.text(0).size() > 6 ? with_commas(args.text(0)) : args.take_text(0);
+}
+
+/// copies(string, count)
+/// The text repeated.
+/// Result: string
+/// Errors: 40 for a wrong count of arguments, a count that isn't whole and 0 or more; 5 for a result above 1 GiB
+/// Example: copies('ab', 3) -> ababab
+rx_value bu_copies(const rx_expr *list) {
+    bu_args args(list, "COPIES", 2, 2, "must receive 2 arguments.");
+    size_t count = static_cast<size_t>(
+        args.whole(1, BU_CAPPED, 0, "argument 2 must be an integer", "argument 2 must be a positive integer"));
+    std::string_view text = args.text(0);
+    rx_value result = bu_string(text.size() * count);
+    writer out(result);
+    if (text.size() == 1) {
+        out.fill(count, text[0]);
+    } else if (result.length) {
+        out.put(text);
+        // Double what is there as often as it fits.
+        std::string_view done(rx_bytes(result), text.size());
+        while (done.size() * 2 <= result.length) {
+            out.put(done);
+            done = {done.data(), done.size() * 2};
+        }
+        out.put(done.substr(0, result.length - done.size()));
+    }
+    return result;
+}
+
+/// delstr(string, position, [length])
+/// The text without `length` bytes from the position on; without a length the rest goes.
+/// Result: string
+/// Errors: 40 for a wrong count, a position that isn't whole and above 0, a length that isn't whole and 0 or more
+/// Example: delstr('abcdef', 3, 2) -> abef
+rx_value bu_delstr(const rx_expr *list) {
+    bu_args args(list, "DELSTR", 2, 3, "must receive 2 or 3 arguments.");
+    size_t from = args.position(1, BU_CAPPED | BU_INTEGER) - 1;
+    size_t length = args.size(2, BU_CAPPED | BU_INTEGER, rx_longest_text);
+    std::string_view text = args.text(0), head = text.substr(0, from), tail = behind(text, from + length);
+    rx_value result = bu_string(head.size() + tail.size());
+    writer out(result);
+    out.put(head);
+    out.put(tail);
+    return result;
+}
+
+/// fwc(string)
+/// The text with a comma before every group of three bytes from the right, whatever the bytes are.
+/// Result: string
+/// Errors: 40 for a wrong count
+/// Example: fwc('-1234') -> -1,234
+rx_value bu_fwc(const rx_expr *list) {
+    bu_args args(list, "FWC");
+    args.expect(1, 1, 0, "needs 1 argument.");
+    return with_commas(args.text(0));
+}
+
+/// insert(new, target, [n], [length], [pad])
+/// The target with `length` bytes of the new text behind its first n bytes; a target shorter than n is padded.
+/// Result: string
+/// Errors: 40 for a wrong count, an n or a length that isn't whole and 0 or more, a pad that isn't one byte
+/// Example: insert('new', 'abcd', 2, 4, '.') -> abnew.cd
+rx_value bu_insert(const rx_expr *list) {
+    bu_args args(list, "INSERT", 2, 5, "must receive between 2 and 5 arguments.");
+    size_t n = args.size(2, BU_ROUNDED);
+    std::string_view piece = args.text(0), target = args.text(1);
+    size_t length = args.size(3, BU_ROUNDED, piece.size());
+    char pad = args.pad(4);
+    std::string_view tail = behind(target, n);
+    rx_value result = bu_string(n + length + tail.size());
+    writer out(result);
+    out.put_in(target, n, pad);
+    out.put_in(piece, length, pad);
+    out.put(tail);
+    return result;
+}
+
+/// justify(string, length, [pad])
+/// The words of the text spread over `length` bytes; the gaps are filled with the pad, the left ones first. Words that
+/// don't fit are cut or left out, a single word is padded at the right.
+/// Result: string
+/// Errors: 40 for a wrong count, a length that isn't whole and 0 or more, a pad that isn't one byte
+/// Example: justify('a b c', 8, '.') -> a...b..c
+rx_value bu_justify(const rx_expr *list) {
+    bu_args args(list, "JUSTIFY", 2, 3, "must receive 2 or 3 arguments.");
+    size_t length = args.size(1, BU_ROUNDED);
+    char pad = args.pad(2);
+    std::vector<std::string_view> words = rx_split_words(args.text(0));
+    rx_value result = bu_string(length);
+    size_t kept = 0, used = 0, bytes = 0;
+    for (std::string_view &word : words) {
+        size_t from = used + (kept ? 1 : 0);
+        if (from >= length) break;
+        word = word.substr(0, length - from);
+        used = from + word.size();
+        bytes += word.size();
+        kept++;
+    }
+    writer out(result);
+    size_t gaps = kept > 1 ? kept - 1 : 0;
+    for (size_t i = 0; i < kept; i++) {
+        out.put(words[i]);
+        if (i < gaps) out.fill((length - bytes) / gaps + (i < (length - bytes) % gaps ? 1 : 0), pad);
+    }
+    if (!gaps) out.fill(length - bytes, pad);
+    return result;
+}
+
+/// left(string, length, [pad])
+/// The first `length` bytes of the text, padded at the right.
+/// Result: string
+/// Errors: 40 for a wrong count, a length that isn't whole and 0 or more, a pad that isn't one byte
+/// Example: left('abc', 5, '.') -> abc..
+rx_value bu_left(const rx_expr *list) {
+    bu_args args(list, "LEFT", 2, 3, "must receive 2 or 3 arguments.");
+    size_t length = args.size(1, BU_ROUNDED);
+    char pad = args.pad(2);
+    rx_value result = bu_string(length);
+    writer(result).put_in(args.text(0), length, pad);
+    return result;
+}
+
+/// length(string)
+/// The count of bytes of the text.
+/// Result: number
+/// Errors: 40 for a wrong count
+/// Example: length('a b ') -> 4
+rx_value bu_length(const rx_expr *list) {
+    bu_args args(list, "LENGTH", 1, 1, "must receive 1 argument.");
+    return bu_count(args.text(0).size());
+}
+
+/// overlay(new, target, [n], [length], [pad])
+/// The target with the bytes from n on replaced by `length` bytes of the new text; either is padded where it is short.
+/// Result: string
+/// Errors: 40 for a wrong count, an n that isn't whole and above 0, a length that isn't whole and 0 or more, a pad that
+/// isn't one byte
+/// Example: overlay('xy', 'abcdef', 3) -> abxyef
+rx_value bu_overlay(const rx_expr *list) {
+    bu_args args(list, "OVERLAY", 2, 5, "must receive between 2 and 5 arguments.");
+    size_t from = args.position(2, BU_ROUNDED) - 1;
+    std::string_view piece = args.text(0), target = args.text(1);
+    size_t length = args.size(3, BU_ROUNDED, piece.size());
+    char pad = args.pad(4);
+    rx_value result = bu_string(std::max(target.size(), from + length));
+    writer out(result);
+    out.put_in(target, from, pad);
+    out.put_in(piece, length, pad);
+    out.put(behind(target, from + length));
+    return result;
+}
+
+/// reverse(string)
+/// The bytes of the text from the last to the first.
+/// Result: string
+/// Errors: 40 for a wrong count
+/// Example: reverse('abc') -> cba
+rx_value bu_reverse(const rx_expr *list) {
+    bu_args args(list, "REVERSE", 1, 1, "must receive 1 argument.");
+    rx_value result = args.take_text(0);
+    std::reverse(rx_bytes(result), rx_bytes(result) + result.length);
+    return result;
+}
+
+/// right(string, length, [pad])
+/// The last `length` bytes of the text, padded at the left.
+/// Result: string
+/// Errors: 40 for a wrong count, a length that isn't whole and 0 or more, a pad that isn't one byte
+/// Example: right(7, 3, 0) -> 007
+rx_value bu_right(const rx_expr *list) {
+    bu_args args(list, "RIGHT", 2, 3, "must receive 2 or 3 arguments.");
+    size_t length = args.size(1, BU_ROUNDED);
+    char pad = args.pad(2);
+    std::string_view text = args.text(0);
+    if (text.size() >= length) return rx_string(text.substr(text.size() - length));
+    rx_value result = bu_string(length);
+    writer out(result);
+    out.fill(length - text.size(), pad);
+    out.put(text);
+    return result;
+}
+
+/// space(string, [n], [pad])
+/// The words of the text with n pads between them.
+/// Result: string
+/// Errors: 40 for a wrong count, an n that isn't whole and 0 or more, a pad that isn't one byte
+/// Example: space('  a  b c ', 2, '.') -> a..b..c
+rx_value bu_space(const rx_expr *list) {
+    bu_args args(list, "SPACE", 1, 3, "must receive 1 to 3 arguments.");
+    size_t n = args.size(1, BU_ROUNDED, 1);
+    char pad = args.pad(2);
+    std::vector<std::string_view> words = rx_split_words(args.text(0));
+    if (words.empty()) return rx_string({});
+    if (words.size() > 1 && n > bu_longest_result) rx_raise(5);
+    size_t length = n * (words.size() - 1);
+    for (std::string_view word : words) length += word.size();
+    rx_value result = bu_string(length);
+    writer out(result);
+    out.put(words[0]);
+    for (size_t i = 1; i < words.size(); i++) {
+        out.fill(n, pad);
+        out.put(words[i]);
+    }
+    return result;
+}
+
+/// strip(string, [option], [pad])
+/// The text without the pads at its beginning (option L), its end (T) or both (B).
+/// Result: string
+/// Errors: 40 for a wrong count, another option, a pad that isn't one byte
+/// Example: strip('007', 'L', 0) -> 7
+rx_value bu_strip(const rx_expr *list) {
+    bu_args args(list, "STRIP", 1, 3, "must receive 1 to 3 arguments.");
+    char option = args.option(1, 'b');
+    if (option != 'b' && option != 'l' && option != 't') args.fail(1, "argument 3 must be L|T|B.");
+    char pad = args.pad(2);
+    std::string_view text = args.text(0);
+    if (option != 't') text = behind(text, text.find_first_not_of(pad));
+    if (option != 'l') text = text.substr(0, text.find_last_not_of(pad) + 1);
+    return rx_string(text);
+}
+
+/// substr(string, position, [length], [pad])
+/// The bytes of the text from the position on, padded at the right to `length`; without a length up to its end.
+/// Result: string
+/// Errors: 40 for a wrong count, a position that isn't whole and above 0, a length that isn't whole and 0 or more, a
+/// length of 2147483646 or more, a pad that isn't one byte
+/// Example: substr('abcdef', 5, 4, '.') -> ef..
+rx_value bu_substr(const rx_expr *list) {
+    bu_args args(list, "SUBSTR", 2, 4, "must receive 2 to 4 arguments.");
+    size_t from = args.position(1, BU_ROUNDED) - 1;
+    size_t length = args.size(2, BU_ROUNDED);
+    if (length >= 2147483646) args.fail(2, "Overflow on argument 3.");
+    char pad = args.pad(3);
+    std::string_view text = behind(args.text(0), from);
+    if (!args.given(2)) return rx_string(text);
+    rx_value result = bu_string(length);
+    writer(result).put_in(text, length, pad);
+    return result;
+}

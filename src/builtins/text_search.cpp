@@ -1,0 +1,73 @@
+#include "builtins/text_search.h"
+
+#include "platform/strings.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr size_t none = std::string_view::npos;
+
+size_t offset(std::string_view text, const void *found) {
+    return found ? static_cast<size_t>(static_cast<const char *>(found) - text.data()) : none;
+}
+
+} // namespace
+
+size_t bu_search(std::string_view haystack, std::string_view needle, size_t from) {
+    if (from > haystack.size() || haystack.size() - from < needle.size()) return none;
+    const char *begin = haystack.data() + from;
+    size_t length = haystack.size() - from;
+    return offset(haystack, needle.size() == 1 ? std::memchr(begin, needle[0], length)
+                                               : memmem(begin, length, needle.data(), needle.size()));
+}
+
+size_t bu_search_nocase(std::string_view haystack, std::string_view needle, size_t from) {
+    if (from > haystack.size() || haystack.size() - from < needle.size()) return none;
+    std::string pattern = rx_uppered(needle);
+    // The haystack is folded piece by piece, so that a match near the beginning is found soon. Pieces overlap by all
+    // but one byte of the needle.
+    char small[4096];
+    std::string large;
+    size_t size = sizeof small;
+    char *piece = small;
+    if (needle.size() > size / 4) {
+        large.resize(size = needle.size() * 4);
+        piece = large.data();
+    }
+    while (haystack.size() - from >= needle.size()) {
+        size_t length = std::min(size, haystack.size() - from);
+        std::memcpy(piece, haystack.data() + from, length);
+        rx_upper(piece, length);
+        size_t found = bu_search({piece, length}, pattern, 0);
+        if (found != none) return from + found;
+        from += length - needle.size() + 1;
+    }
+    return none;
+}
+
+size_t bu_search_last(std::string_view haystack, std::string_view needle) {
+    if (haystack.size() < needle.size()) return none;
+    if (needle.size() > 256) {
+        // Comparing at each candidate could take very long; the search forward takes linear time.
+        std::string backward(haystack.rbegin(), haystack.rend()), pattern(needle.rbegin(), needle.rend());
+        size_t found = bu_search(backward, pattern, 0);
+        return found == none ? none : haystack.size() - needle.size() - found;
+    }
+    for (size_t length = haystack.size() - needle.size() + 1; length > 0;) {
+        size_t found = offset(haystack, memrchr(haystack.data(), needle[0], length));
+        if (found == none || std::memcmp(haystack.data() + found, needle.data(), needle.size()) == 0) return found;
+        length = found;
+    }
+    return none;
+}
+
+size_t bu_mismatch(std::string_view one, std::string_view two) {
+    size_t length = std::min(one.size(), two.size()), at = 0;
+    constexpr size_t step = 64;
+    while (at + step <= length && std::memcmp(one.data() + at, two.data() + at, step) == 0) at += step;
+    while (at < length && one[at] == two[at]) at++;
+    return at;
+}

@@ -1,0 +1,171 @@
+// Assignment: whole variables, stems, and the index forms that overwrite a part of a variable's text.
+#include "engine/clauses.h"
+#include "engine/index.h"
+#include "engine/trace.h"
+
+#include <array>
+#include <cstring>
+
+namespace {
+
+/// `s = s || a || b`: the longest chain of operands that is appended in place.
+constexpr size_t longest_chain = 16;
+
+bool joins(const rx_expr *node) {
+    return node->type == OP_NODE && node->op->kind == RX_DYADIC &&
+           (node->op->fn->id == FX_CONC || node->op->fn->id == FX_BL);
+}
+
+/// The text of an evaluated operand, appended with the blank that its operator puts in front.
+struct piece {
+    const rx_operand *operand;
+    bool blank;
+    rx_value value;
+};
+
+/// `s = s || ...` where S is a simple variable that holds a string: appends to S where it stands, so that building a
+/// text piece by piece takes time proportional to its length. False when the clause is something else.
+bool append_in_place(const rx_assign_clause &clause) {
+    const rx_symbol &target = *clause.target->symbol;
+    if (target.compound() || target.environment || !joins(clause.value)) return false;
+    std::array<piece, longest_chain> pieces;
+    size_t count = 0;
+    const rx_operand *left = nullptr;
+    for (const rx_expr *node = clause.value; joins(node); node = left->node) {
+        if (count == longest_chain) return false;
+        left = &node->op->a;
+        pieces[count].operand = &node->op->b;
+        pieces[count++].blank = node->op->fn->id == FX_BL;
+        if (left->kind != OP_NODE) break;
+    }
+    if (left->kind != SYMBOL || left->node->symbol->hash != target.hash || left->node->symbol->name != target.name)
+        return false;
+    rx_var *var = rx_var_find(target);
+    if (!var || var->state != RX_SET || !var->value.is_string()) return false;
+
+    rx_value base;
+    {
+        rx_pin pin(*var);
+        for (size_t i = count; i-- > 0;) {
+            rx_value scratch;
+            const rx_value &value = rx_view(pieces[i].operand->node, 0, scratch);
+            pieces[i].value = rx_to_string(&value == &scratch ? std::move(scratch) : rx_copy_value(value));
+        }
+        if (!pin.untouched()) base = rx_copy_value(pin.value());
+    }
+    bool in_place = base.is_none();
+    rx_value &text = in_place ? rx_var_writable(*var) : base;
+    for (size_t i = count; i-- > 0;) {
+        if (pieces[i].blank) rx_append(text, " ");
+        rx_append(text, pieces[i].value.text());
+    }
+    if (in_place) var->generation++;
+    else rx_var_assign(target, std::move(base));
+    return true;
+}
+
+/// The value of the right side; none written is the empty text, and a lone unquoted constant that is a number is one.
+rx_value right_side(const rx_expr *node, int level) {
+    if (!node) return rx_string("");
+    if (node->type == STRING && node->flag == 0 && node->literal->number) {
+        rx_error.line = node->line;
+        rx_error.column = node->column;
+        return rx_copy_value(*node->literal->number);
+    }
+    return do_exec(node, level);
+}
+
+/// Evaluates an index of an indexed assignment; its position counts from 0.
+size_t index_of(const rx_expr *node, int level, const char *which) {
+    rx_value index = do_exec(node, level);
+    rx_error.line = node->line;
+    rx_error.column = node->column;
+    std::string not_number = std::string("The ") + which + " index evaluates to \"";
+    std::string not_positive = std::string("The ") + which + " index must be a positive integer.";
+    size_t position = rx_index_position(index, not_number.c_str(), not_positive.c_str());
+    if (node->type == SYMBOL) {
+        rx_var *var = rx_var_find(*node->symbol);
+        if (var && var->state == RX_SET) rx_var_writable(*var) = std::move(index);
+    }
+    return position;
+}
+
+/// Overwrites a part of the variable's text, repeating or cutting the value to fit.
+void assign_part(const rx_assign_clause &clause, rx_value &&value, int level) {
+    const rx_symbol &target = *clause.target->symbol;
+    size_t first = clause.from ? index_of(clause.from, level, "first") : 0;
+    size_t last = clause.to ? index_of(clause.to, level, "second") : 0;
+    rx_number_buffer buffer;
+    std::string_view text = rx_arg_text(value, buffer);
+    if (text.empty()) text = " ";
+
+    rx_var *var = rx_var_find(target);
+    if (!var || var->state != RX_SET) {
+        // An unset variable begins as what reading it yields.
+        rx_value scratch;
+        rx_value start = rx_to_string(rx_copy_value(rx_var_get(target, scratch)));
+        var = &rx_var_entry(target);
+        rx_var_store(*var, std::move(start));
+    }
+    rx_value &record = rx_var_writable(*var);
+    if (!record.is_string()) record = rx_to_string(std::move(record));
+    if (clause.to_open) {
+        last = record.length == 0 ? 0 : record.length - size_t{1};
+        if (last < first && first >= record.length) last = first;
+    } else if (!clause.to) {
+        last = first + text.size() - 1;
+    }
+    if (last < first) rx_raise(78, "The second index must be greater than the first.");
+    if (last >= record.length) {
+        size_t before = record.length;
+        rx_resize(record, last + 1);
+        std::memset(rx_bytes(record) + before, ' ', last + 1 - before);
+    } else {
+        rx_reserve(record, record.length);
+    }
+    char *bytes = rx_bytes(record) + first;
+    size_t left = last - first + 1;
+    for (size_t done = 0; done < left; done += text.size())
+        std::memcpy(bytes + done, text.data(), std::min(text.size(), left - done));
+    if (rx_settings->trace & (TRACE_I | TRACE_R))
+        rx_trace_index_assignment(level, rx_resolve_name(target), first + 1, last + 1, text);
+}
+
+void trace_target(const rx_assign_clause &clause, int level) {
+    const rx_symbol &target = *clause.target->symbol;
+    if (!rx_intermediates(level) || !target.compound() || target.whole_stem) return;
+    std::string name = rx_resolve_name(target);
+    if (name != target.name) rx_trace_compound(level, target.name, name);
+}
+
+/// The name of an assigned variable as a trace line shows it.
+std::string shown_name(const rx_symbol &target) {
+    return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
+}
+
+} // namespace
+
+void rx_assign(const rx_assign_clause &clause) {
+    const rx_symbol &target = *clause.target->symbol;
+    if (target.bad_name) rx_raise_at(clause.target->line, clause.target->column, 31);
+    rx_shown shown = rx_show_clause(&clause);
+    if (shown.skip) return;
+    bool indexed = clause.from || clause.to;
+    if (shown.level == 0 && !indexed && clause.value && append_in_place(clause)) return;
+    if (shown.level) trace_target(clause, shown.level);
+
+    rx_value value = right_side(clause.value, shown.level);
+    if (indexed) {
+        assign_part(clause, std::move(value), shown.level);
+        return;
+    }
+    if (shown.level && rx_settings->trace & (TRACE_I | TRACE_R)) {
+        rx_number_buffer buffer;
+        rx_trace_assignment(shown.level, shown_name(target), rx_arg_text(value, buffer));
+    }
+    if (target.serial == rx_scope->serial && target.var && !target.environment) {
+        target.var->generation++;
+        return rx_var_store(*target.var, std::move(value));
+    }
+    rx_var_assign(target, std::move(value));
+}

@@ -1,0 +1,211 @@
+// Routine calls: the search for a name, internal routines, CALL.
+#include "base/output.h"
+#include "engine/clauses.h"
+#include "engine/trace.h"
+
+#include <deque>
+#include <set>
+
+const std::string *rx_intern(std::string_view name) {
+    static std::set<std::string, std::less<>> names;
+    auto found = names.find(name);
+    return &*(found != names.end() ? found : names.emplace(name).first);
+}
+
+namespace {
+
+/// The evaluated arguments of one call; a few lie in the native frame.
+struct argument_area {
+    static constexpr size_t room = 4;
+    rx_arg few[room];
+    std::vector<rx_arg> more;
+
+    rx_arg *begin(size_t count) {
+        if (count <= room) return few;
+        more.resize(count);
+        return more.data();
+    }
+};
+
+size_t count_arguments(const rx_expr *list) {
+    if (!list || (list->type == VIDE && !list->next)) return 0;
+    size_t count = 0;
+    for (; list; list = list->next) count++;
+    return count;
+}
+
+void evaluate_arguments(const rx_expr *list, rx_arg *args, int level) {
+    for (; list; list = list->next, args++) {
+        args->omitted = list->type == VIDE;
+        args->text = args->omitted ? rx_string("") : rx_to_string(do_exec(list, level));
+    }
+}
+
+/// What a call changes and its end restores, however it ends. Made when the arguments are evaluated already: an error
+/// in an argument belongs to the caller.
+struct call_frame {
+    rx_settings_record settings = *rx_settings;
+    rx_numeric_settings numeric = *rx_numeric;
+    rx_args_record args = *rx_args;
+    std::string condition_text = *rx_condition_text;
+    std::string_view interpreted_text = *rx_interpreted_text;
+    unsigned interpret_depth = rx_walk->interpret_depth;
+    unsigned call_depth = rx_walk->call_depth;
+    int nesting = rx_walk->nesting;
+    int call_level = *rx_call_level;
+
+    call_frame() = default;
+    call_frame(const call_frame &) = delete;
+    call_frame &operator=(const call_frame &) = delete;
+    ~call_frame() {
+        if (rx_settings->procedure) rx_pop_level();
+        unsigned debugger = rx_settings->trace & TRACE_DEBUGGER;
+        *rx_settings = settings;
+        rx_settings->trace |= debugger;
+        *rx_numeric = numeric;
+        *rx_args = args;
+        *rx_condition_text = std::move(condition_text);
+        *rx_interpreted_text = interpreted_text;
+        rx_walk->interpret_depth = interpret_depth;
+        rx_walk->call_depth = call_depth;
+        rx_walk->nesting = nesting;
+        *rx_call_level = call_level;
+    }
+};
+
+rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
+    rx_check_stack();
+    argument_area area;
+    size_t count = count_arguments(list);
+    rx_arg *args = area.begin(count);
+    if (count) evaluate_arguments(list, args, level);
+
+    rx_flow flow;
+    {
+        call_frame frame;
+        rx_settings->procedure = false;
+        *rx_args = {args, count};
+        *rx_interpreted_text = {};
+        rx_walk->result = rx_value();
+        rx_walk->interpret_depth = 0;
+        rx_walk->call_depth++;
+        rx_walk->nesting++;
+        flow = rx_run_block(label.cell);
+    }
+    // A signal that a line typed at the trace prompt made leaves the routines that the line called.
+    if (flow == rx_flow::signalled) throw rx_jmp_signal{};
+    return std::move(rx_walk->result);
+}
+
+// ---- resolution ------------------------------------------------------------------------------------------------------
+
+/// A quoted name is looked up among the labels only when it is a path, so that it can reach a built-in of the same name
+/// as a label.
+bool may_be_label(const rx_expr *name) {
+    if (name->type != STRING) return true;
+    std::string_view text = name->text;
+    return !text.empty() && (text[0] == '.' || text[0] == '/' || text[0] == '~' || (text.size() > 1 && text[1] == ':'));
+}
+
+enum resolved_kind : uint64_t { RESOLVED_LABEL = 0, RESOLVED_BUILTIN = 1, RESOLVED_EXTRA = 2 };
+
+/// The cache of a call node holds the serial number of the program and the kind of target, so that it is void when a
+/// source was added.
+bool cached(const rx_op &call, resolved_kind &kind) {
+    if (!call.target || call.target_serial >> 2 != (*rx_program_now)->serial) return false;
+    kind = static_cast<resolved_kind>(call.target_serial & 3);
+    return true;
+}
+
+bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
+    std::string_view name = call.name->text;
+    const rx_program &program = **rx_program_now;
+    auto remember = [&](resolved_kind found, const void *target) {
+        kind = found;
+        call.target = target;
+        call.target_serial = program.serial << 2 | found;
+        return true;
+    };
+    if (after_load || may_be_label(call.name)) {
+        if (const rx_label *label = rx_find_label(program.labels, name)) return remember(RESOLVED_LABEL, label);
+    }
+    if (after_load) return false;
+    if (rx_handler handler = bu_lookup(name)) return remember(RESOLVED_BUILTIN, reinterpret_cast<const void *>(handler));
+    for (const rx_extra_function &row : rx_extra_functions) {
+        if (row.name == name) return remember(RESOLVED_EXTRA, &row);
+    }
+    return false;
+}
+
+rx_value call_handler(const rx_op &call, resolved_kind kind, int level) {
+    struct call_state {
+        int level = *rx_call_level;
+        std::string_view name = rx_called_name;
+        ~call_state() {
+            *rx_call_level = level;
+            rx_called_name = name;
+        }
+    } before;
+    *rx_call_level = level;
+    rx_called_name = call.name->text;
+    if (kind == RESOLVED_BUILTIN) return reinterpret_cast<rx_handler>(const_cast<void *>(call.target))(call.args);
+    const auto *row = static_cast<const rx_extra_function *>(call.target);
+    return row->handler(call.args, rx_extra_functions);
+}
+
+rx_value call_label(const rx_op &call, int level) {
+    const auto *label = static_cast<const rx_label *>(call.target);
+    rx_set_sigl(call.name->line);
+    if (label->frame)
+        rx_raise_at(call.name->line, call.name->column, 54,
+                    "The label \"" + std::string(call.name->text) + "\" is nested within a control structure.");
+    return run_routine(*label, call.args, level);
+}
+
+[[noreturn]] void not_found(const rx_expr *name) {
+    rx_write("\nvandra: \"" + std::string(name->text) + "\" routine not found.\n");
+    rx_raise_at(name->line, name->column, 43);
+}
+
+} // namespace
+
+rx_value rx_invoke(const rx_op *call, int level) {
+    resolved_kind kind;
+    if (!cached(*call, kind) && !resolve(*call, false, kind)) {
+        rx_value result;
+        int found = 0;
+        if (rx_load_external)
+            found = rx_load_external(call->name->text, call->name->type != STRING, call->args, result, level);
+        if (found == 2) return result;
+        if (found == 0 || !resolve(*call, true, kind)) not_found(call->name);
+    }
+    rx_error.line = call->name->line;
+    rx_error.column = call->name->column;
+    rx_value result = kind == RESOLVED_LABEL ? call_label(*call, level) : call_handler(*call, kind, level);
+    if (level) rx_trace_function(level, call->name->text, result);
+    return result;
+}
+
+void rx_call_handler(std::string_view name) {
+    rx_expr token;
+    token.type = SYMBOL;
+    token.text = name;
+    token.line = rx_error.line;
+    token.column = rx_error.column;
+    rx_op call{};
+    call.kind = RX_CALL;
+    call.name = &token;
+    rx_invoke(&call, 0);
+}
+
+void rx_call(const rx_call_clause &clause) {
+    rx_error.line = clause.call->name->line;
+    rx_shown shown;
+    if (rx_settings->trace & (TRACE_CLAUSES | TRACE_L)) [[unlikely]]
+        shown = rx_show_clause_slow(clause.call->name->line, TRACE_CLAUSES | TRACE_L);
+    if (shown.skip) return;
+    rx_value result = rx_invoke(clause.call, shown.level);
+    const rx_symbol &variable = rx_system_symbol(RX_RESULT);
+    if (result.is_none()) rx_drop(variable);
+    else rx_var_assign(variable, std::move(result));
+}

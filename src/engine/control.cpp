@@ -1,0 +1,75 @@
+// IF, SELECT and what the loops share with them: conditions.
+#include "engine/control.h"
+
+#include "engine/clauses.h"
+#include "engine/quick.h"
+#include "engine/trace.h"
+
+bool rx_condition_holds(const rx_expr *cond, int level, std::string_view before, std::string_view behind) {
+    if (rx_plain plain; level == 0 && rx_try_quick(cond, plain) && (plain.real == 0 || plain.real == 1))
+        return plain.real != 0;
+    rx_value value = do_exec(cond, level);
+    if (level) {
+        rx_number_buffer buffer;
+        rx_trace_result(level, rx_arg_text(value, buffer));
+    }
+    bool truth;
+    if (value.is_number() && (value.real == 0 || value.real == 1)) return value.real != 0;
+    if (rx_logical(value, truth)) return truth;
+    rx_number_buffer buffer;
+    std::string message(before);
+    message.append(rx_arg_text(value, buffer)).append(behind);
+    rx_raise_at(cond->line, cond->column, 34, std::move(message));
+}
+
+rx_flow rx_if(const rx_if_clause &clause) {
+    rx_shown shown = rx_show_clause(&clause);
+    if (shown.skip) {
+        rx_flow flow = rx_run_clauses(clause.then_chain);
+        return flow == rx_flow::next && clause.else_chain ? rx_run_clauses(clause.else_chain) : flow;
+    }
+    if (rx_condition_holds(clause.cond, shown.level, "Expression evaluates to ", "")) return rx_run_clauses(clause.then_chain);
+    return clause.else_chain ? rx_run_clauses(clause.else_chain) : rx_flow::next;
+}
+
+namespace {
+
+rx_flow scan_select(const rx_select_clause &clause) {
+    for (const rx_when *when = clause.whens; when->next; when = when->next) {
+        rx_trace_line(when->line);
+        rx_flow flow = rx_run_clauses(when->body);
+        if (flow != rx_flow::next) return flow;
+    }
+    if (clause.otherwise) {
+        rx_trace_line(clause.otherwise_line);
+        rx_flow flow = rx_run_clauses(clause.otherwise);
+        if (flow != rx_flow::next) return flow;
+    }
+    rx_trace_line(clause.end_line);
+    return rx_flow::next;
+}
+
+/// Shows a line of a structure while its clauses are shown; the level for what follows.
+int show_again(int level, unsigned line) {
+    return level ? rx_trace_line(line) : 0;
+}
+
+} // namespace
+
+rx_flow rx_select(const rx_select_clause &clause) {
+    rx_shown shown = rx_show_clause(&clause);
+    if (shown.skip) return scan_select(clause);
+    const rx_clause_cell *arm = nullptr;
+    for (const rx_when *when = clause.whens; when->next && !arm; when = when->next) {
+        int level = show_again(shown.level, when->line);
+        if (rx_condition_holds(when->cond, level, "Expression evaluates to ", "")) arm = when->body;
+    }
+    if (!arm) {
+        if (!clause.otherwise) rx_raise_at(clause.line, 0, 57);
+        show_again(shown.level, clause.otherwise_line);
+        arm = clause.otherwise;
+    }
+    rx_flow flow = rx_run_clauses(arm);
+    if (flow == rx_flow::next && rx_settings->trace & TRACE_CLAUSES) show_again(shown.level, clause.end_line);
+    return flow;
+}

@@ -1,0 +1,205 @@
+// The evaluation of expressions.
+//
+// An operand that is a variable or a constant is read where it stands; only what has no home of its own (the result of
+// a subexpression, the name of an unset symbol) is put in a scratch record. A lent left operand must not change while
+// the right one is evaluated, so it is copied (a long text: pinned) first unless the right one can be had without
+// running anything.
+#include "engine/host.h"
+#include "engine/index.h"
+#include "engine/quick.h"
+#include "engine/trace.h"
+
+#include <optional>
+
+namespace {
+
+/// Text of a value for a trace line or an error message.
+struct shown_text {
+    rx_number_buffer buffer;
+    std::string_view text;
+    explicit shown_text(const rx_value &value) : text(rx_arg_text(value, buffer)) {}
+};
+
+void set_position(const rx_expr *node) {
+    rx_error.line = node->line;
+    rx_error.column = node->column;
+}
+
+void trace_symbol(const rx_expr *node, const rx_value &value, int level) {
+    std::string name = rx_resolve_name(*node->symbol);
+    if (node->symbol->whole_stem) name.back() = '.';
+    if (name != node->text) rx_trace_compound(level, node->text, name);
+    rx_trace_variable(level, node->text, shown_text(value).text);
+}
+
+const rx_value &read_symbol(const rx_expr *node, int level, rx_value &scratch) {
+    if (const rx_value *value = rx_var_cached(*node->symbol); value && !node->symbol->environment && !rx_intermediates(level))
+        return *value;
+    const rx_value &value = rx_var_get(*node->symbol, scratch);
+    if (rx_intermediates(level)) trace_symbol(node, value, level);
+    return value;
+}
+
+const rx_value &literal(const rx_expr *node, rx_operand_use use) {
+    return use == RX_AS_NUMBER && node->literal->number ? *node->literal->number : *node->literal->text;
+}
+
+const rx_value &fetch(const rx_operand &operand, int level, rx_operand_use use, rx_value &scratch, int which) {
+    switch (operand.kind) {
+    case SYMBOL: return read_symbol(operand.node, level, scratch);
+    case STRING: return literal(operand.node, use);
+    case OP_NODE: return scratch = do_exec(operand.node, level);
+    }
+    rx_internal_error("do_exec", which);
+}
+
+/// A constant that stands opposite a number in a comparison is that number, if it is one.
+const rx_value &matched(const rx_operand &operand, const rx_value &value, const rx_value &other) {
+    return operand.kind == STRING && other.is_number() && operand.node->literal->number
+               ? *operand.node->literal->number
+               : value;
+}
+
+/// What is said of an operand that an operator refused; nothing of a computed one.
+[[noreturn]] void refuse(const rx_expr *node, const rx_operand *operand, const rx_value *value) {
+    int number = rx_error.number;
+    if (operand && (operand->kind == SYMBOL || operand->kind == STRING)) {
+        rx_value converted;
+        const rx_value &standing = rx_number_of(*value, converted) ? converted : *value;
+        shown_text text(standing);
+        std::string extra;
+        if (operand->kind == SYMBOL)
+            extra.append("Variable \"").append(operand->node->text).append("\" = \"");
+        else
+            extra = "String \"";
+        extra.append(text.text).append("\" is invalid.");
+        rx_raise_at(node->line, node->column, number, std::move(extra));
+    }
+    if (!operand && rx_error.has_extra) rx_raise_at(node->line, node->column, number, std::move(rx_error.extra));
+    rx_raise_at(node->line, node->column, number);
+}
+
+/// An operand as a trace line shows it: what an operator reads as a number has become one.
+struct traced_operand {
+    rx_value number;
+    shown_text text;
+    traced_operand(const rx_value &value, rx_operand_use use)
+        : text(use == RX_AS_NUMBER && rx_number_of(value, number) ? number : value) {}
+};
+
+rx_value monadic(const rx_expr *node, const rx_op &op, int level) {
+    rx_value scratch;
+    const rx_value &operand = fetch(op.a, level, op.fn->use, scratch, 1);
+    if (op.fn->id == FX_BACKQ) {
+        rx_number_buffer buffer;
+        std::string command(rx_arg_text(operand, buffer));
+        rx_capture captured = rx_capture_command(command);
+        if (captured.error) {
+            rx_error.number = captured.error;
+            rx_error.column = 0;
+            rx_expr at = *node;
+            at.column = 0;
+            refuse(&at, &op.a, &operand);
+        }
+        rx_value result = rx_string("");
+        for (const std::string &line : captured.lines) {
+            if (&line != &captured.lines.front()) rx_append(result, "\n");
+            rx_append(result, line);
+        }
+        if (rx_intermediates(level)) rx_trace_backquote(level, command, result.text());
+        return result;
+    }
+    int fault = 0;
+    rx_value result = op.fn->monadic(operand, fault);
+    if (fault) refuse(node, fault == 3 ? nullptr : &op.a, &operand);
+    if (rx_intermediates(level))
+        rx_trace_prefix(level, op.fn->symbol, traced_operand(operand, op.fn->use).text.text, shown_text(result).text);
+    return result;
+}
+
+/// True when the left operand alone settles the result of `|` or `&`.
+inline bool settles(const rx_op &op, const rx_value &left) {
+    if (op.fn->id != FX_OR && op.fn->id != FX_AND) return false;
+    rx_value number;
+    return rx_number_of(left, number) && (op.fn->id == FX_OR ? number.real != 0 : number.real == 0);
+}
+
+rx_value dyadic(const rx_expr *node, const rx_op &op, int level) {
+    rx_operand_use use = op.fn->use;
+    rx_value left_scratch, right_scratch;
+    std::optional<rx_pin> pin;
+    const rx_value *left = &fetch(op.a, level, use, left_scratch, 1);
+    const rx_value *right;
+    if (settles(op, *left)) [[unlikely]] {
+        right_scratch = rx_number(1);
+        right = &right_scratch;
+    } else if (op.b.kind == STRING) {
+        right = &literal(op.b.node, use);
+    } else {
+        const rx_value *ready =
+            op.b.kind == SYMBOL && !rx_intermediates(level) ? rx_var_peek(*op.b.node->symbol) : nullptr;
+        if (!ready && op.a.kind == SYMBOL && left != &left_scratch) {
+            rx_var *var = left->is_string() && left->storage == RX_HEAP ? rx_var_find(*op.a.node->symbol) : nullptr;
+            if (var && &var->value == left) {
+                pin.emplace(*var);
+            } else {
+                left_scratch = rx_copy_value(*left);
+                left = &left_scratch;
+            }
+        }
+        right = ready ? ready : &fetch(op.b, level, use, right_scratch, 2);
+        if (pin) left = &pin->value();
+    }
+    if (use == RX_AS_EITHER) {
+        left = &matched(op.a, *left, *right);
+        right = &matched(op.b, *right, *left);
+    }
+    int fault = 0;
+    rx_value result = op.fn->dyadic(*left, *right, fault);
+    if (fault) [[unlikely]] {
+        if (fault == 3) refuse(node, nullptr, nullptr);
+        refuse(node, fault == 1 ? &op.a : &op.b, fault == 1 ? left : right);
+    }
+    if (rx_intermediates(level)) [[unlikely]]
+        rx_trace_dyadic(level, op.fn->symbol, traced_operand(*left, use).text.text,
+                        traced_operand(*right, use).text.text, shown_text(result).text);
+    return result;
+}
+
+rx_value function(const rx_expr *node, const rx_op &op, int level) {
+    rx_value result = rx_invoke(&op, level);
+    if (result.is_none()) rx_raise_at(node->line, node->column, 44);
+    return result;
+}
+
+} // namespace
+
+rx_value do_exec(const rx_expr *node, int level) {
+    set_position(node);
+    if (node->type == SYMBOL) {
+        rx_value scratch;
+        const rx_value &value = read_symbol(node, level, scratch);
+        return &value == &scratch ? std::move(scratch) : rx_copy_value(value);
+    }
+    if (node->type == STRING) return rx_copy_value(*node->literal->text);
+    const rx_op &op = *node->op;
+    if (rx_plain plain; level == 0 && rx_try_quick(node, plain)) {
+        rx_value result = rx_number(plain.real, plain.decimals);
+        result.rounded = plain.rounded;
+        return result;
+    }
+    rx_check_stack();
+    switch (op.kind) {
+    case RX_MONADIC: return monadic(node, op, level);
+    case RX_DYADIC: return dyadic(node, op, level);
+    case RX_CALL: return function(node, op, level);
+    case RX_INDEX: return rx_index(node, level);
+    }
+    rx_internal_error("do_exec", 3);
+}
+
+const rx_value &rx_view(const rx_expr *node, int level, rx_value &scratch) {
+    if (node->type == OP_NODE) return scratch = do_exec(node, level);
+    set_position(node);
+    return node->type == SYMBOL ? read_symbol(node, level, scratch) : *node->literal->text;
+}

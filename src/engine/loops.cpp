@@ -1,0 +1,256 @@
+// DO in all its forms. Every form is a record with its own end test and step; `run_rounds` goes round.
+#include "engine/clauses.h"
+#include "engine/control.h"
+#include "engine/trace.h"
+#include "values/rounding.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace {
+
+/// The words around a condition's value in the message for one that is no truth value.
+struct condition_words {
+    const char *while_text;
+    const char *until_text;
+    const char *behind;
+};
+constexpr condition_words plain_words{"Expression evaluates to ", "Expression evaluates to ", ""};
+constexpr condition_words forever_words{"WHILE expression evaluates to ", "UNTIL expression evaluates to ", ""};
+constexpr condition_words controlled_words{"WHILE expression evaluates to \"", "UNTIL expression evaluates to \"", "\""};
+
+/// True when the pending LEAVE or ITERATE is for this loop.
+bool is_mine(const rx_do_clause &loop) {
+    std::string_view name = rx_walk->loop_name;
+    return name.empty() || (loop.control && loop.control->text == name);
+}
+
+bool tracing_clauses() {
+    return (rx_settings->trace & TRACE_CLAUSES) != 0;
+}
+
+/// Goes round. `more` is the loop's own end test, called ahead of each round; `step` prepares the next one.
+/// `show_first` tells that the DO line is shown a second time in the first round instead of in the later ones.
+template <class More, class Step>
+rx_flow run_rounds(const rx_do_clause &loop, int level, const condition_words &words, bool show_first, More more,
+                   Step step) {
+    for (bool first = true;; first = false) {
+        if (level && first == show_first) level = rx_trace_line(loop.line);
+        if (!more()) return rx_flow::next;
+        if (loop.cond_kind == DO_WHILE && !rx_condition_holds(loop.cond, level, words.while_text, words.behind))
+            return rx_flow::next;
+        rx_flow flow = rx_run_clauses(loop.body);
+        if (flow != rx_flow::next) {
+            if (flow == rx_flow::leave && is_mine(loop)) return rx_flow::next;
+            if (flow != rx_flow::iterate || !is_mine(loop)) return flow;
+        }
+        if (loop.cond_kind == DO_UNTIL && rx_condition_holds(loop.cond, level, words.until_text, words.behind))
+            return rx_flow::next;
+        if (tracing_clauses()) level = rx_trace_line(loop.end_line);
+        step();
+        // A round without a clause would otherwise never come to the poll between clauses.
+        if (!loop.body->clause) rx_poll_between_clauses();
+    }
+}
+
+bool always() {
+    return true;
+}
+void nothing() {}
+
+/// "Expression evaluates to " and the value, at the expression.
+[[noreturn]] void refuse_number(const rx_expr *expr, const rx_value &value, const char *quote) {
+    rx_number_buffer buffer;
+    std::string message = std::string("Expression evaluates to ") + quote;
+    message.append(rx_arg_text(value, buffer)).append(quote);
+    rx_raise_at(expr->line, expr->column, 26, std::move(message));
+}
+
+/// A count: rounded at NUMERIC DIGITS, whole and not negative.
+double count_of(const rx_expr *expr, int level, const char *quote) {
+    rx_value value = do_exec(expr, level), number;
+    if (level) {
+        rx_number_buffer buffer;
+        rx_trace_result(level, rx_arg_text(value, buffer));
+    }
+    if (!rx_number_of(value, number)) refuse_number(expr, value, quote);
+    double count = rx_round_digits(number.real, rx_numeric->digits);
+    if (!(count >= 0) || !rx_is_whole(count)) refuse_number(expr, number, quote);
+    return count;
+}
+
+rx_flow do_count(const rx_do_clause &loop, int level) {
+    double count = count_of(loop.expr, level, "");
+    double round = 0;
+    return run_rounds(loop, level, plain_words, false, [&] { return round < count; }, [&] { round++; });
+}
+
+rx_flow do_words(const rx_do_clause &loop, int level) {
+    rx_value text = rx_to_string(do_exec(loop.expr, level));
+    if (level) rx_trace_result(level, text.text());
+    std::string_view left = text.text();
+    constexpr std::string_view separators = " \t\n";
+    auto next_word = [&] {
+        size_t start = left.find_first_not_of(separators);
+        if (start == std::string_view::npos) return false;
+        left.remove_prefix(start);
+        size_t end = std::min(left.find_first_of(separators), left.size());
+        rx_var_assign(*loop.control->symbol, rx_string(left.substr(0, end)));
+        left.remove_prefix(end);
+        return true;
+    };
+    return run_rounds(loop, level, plain_words, true, next_word, nothing);
+}
+
+// ---- the controlled loop ----------------------------------------------------------------------------------------------
+
+struct controlled {
+    const rx_do_clause &loop;
+    int level;
+    double current = 0; ///< the value that the loop keeps
+    double by = 1, to = 0, rounds_left = 0;
+    bool has_to = false, has_for = false;
+    rx_var *entry = nullptr; ///< of a simple control variable
+    uint32_t generation = 0;
+};
+
+const rx_symbol &control_of(const controlled &state) {
+    return *state.loop.control->symbol;
+}
+
+[[noreturn]] void refuse_control(const controlled &state, const rx_value &value, int number) {
+    rx_number_buffer buffer;
+    std::string message = "The control variable ";
+    message.append(state.loop.control->text).append(" evaluates to \"").append(rx_arg_text(value, buffer)).append("\"");
+    rx_raise_at(state.loop.line, 0, number, std::move(message));
+}
+
+/// The start value goes into the variable as its text with 15 digits, and comes back as a number.
+rx_value start_value(double start) {
+    if (rx_is_whole(start) && std::fabs(start) < 1e15 && !(start == 0 && std::signbit(start))) return rx_number(start);
+    char text[64];
+    std::snprintf(text, sizeof text, "%.15g", start);
+    rx_value value = rx_string(text);
+    rx_is_number(value);
+    return value;
+}
+
+void remember(controlled &state) {
+    rx_var *var = control_of(state).compound() ? nullptr : rx_var_find(control_of(state));
+    state.entry = var;
+    state.generation = var ? var->generation : 0;
+}
+
+void evaluate_phrase(controlled &state, rx_do_phrase phrase) {
+    const rx_do_clause &loop = state.loop;
+    if (phrase == DO_FOR) {
+        state.rounds_left = count_of(loop.for_, state.level, "\"");
+        state.has_for = true;
+        return;
+    }
+    const rx_expr *expr = phrase == DO_TO ? loop.to : loop.by;
+    rx_value value = do_exec(expr, state.level), number;
+    if (state.level) {
+        rx_number_buffer buffer;
+        rx_trace_result(state.level, rx_arg_text(value, buffer));
+    }
+    if (!rx_number_of(value, number)) refuse_number(expr, value, "\"");
+    if (phrase == DO_TO) {
+        state.to = number.real;
+        state.has_to = true;
+    } else {
+        state.by = rx_round_digits(number.real, rx_numeric->digits);
+    }
+}
+
+void begin(controlled &state) {
+    const rx_do_clause &loop = state.loop;
+    rx_value start = do_exec(loop.expr, state.level), number;
+    if (!rx_number_of(start, number)) refuse_control(state, start, 26);
+    if (loop.control->symbol->bad_name) rx_raise_at(loop.control->line, loop.control->column, 31);
+    for (rx_do_phrase phrase : loop.order) {
+        if (phrase != DO_NO_PHRASE) evaluate_phrase(state, phrase);
+    }
+    rx_value value = start_value(number.real);
+    if (state.level) {
+        rx_number_buffer buffer;
+        rx_trace_assignment(state.level, rx_resolve_name(control_of(state)), rx_arg_text(value, buffer));
+    }
+    rx_var_assign(control_of(state), std::move(value));
+    state.current = rx_round_digits(number.real, rx_numeric->digits);
+    remember(state);
+}
+
+bool has_more(controlled &state) {
+    if (state.has_to && (state.by > 0 ? state.current > state.to : state.to > state.current)) return false;
+    if (state.has_for && state.rounds_left-- == 0) return false;
+    return true;
+}
+
+/// A value that reaches NUMERIC DIGITS is what its text says; below that, binary error may gather behind the text.
+double guarded(double value) {
+    int digits = rx_numeric->digits;
+    if (digits >= 15 || value == 0) return value;
+    double limit = rx_tens(digits - 1);
+    double size = std::fabs(value);
+    if (digits > 1 && size <= limit) return value;
+    if (rx_is_whole(value) && size < limit * 10) return value;
+    rx_number_buffer buffer;
+    double read;
+    return rx_scan_number(rx_number_text(value, digits, buffer), read) ? read : value;
+}
+
+void step(controlled &state) {
+    rx_var *var = state.entry;
+    if (!var || var->state != RX_SET || var->generation != state.generation) {
+        rx_value scratch, number;
+        const rx_value &value = rx_var_get(control_of(state), scratch);
+        if (!rx_number_of(value, number)) refuse_control(state, value, 41);
+        state.current = rx_round_digits(number.real, rx_numeric->digits);
+        remember(state);
+        var = state.entry;
+    }
+    state.current = guarded(state.current + state.by);
+    if (!var || var->state != RX_SET) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%g", state.current);
+        rx_var_assign(control_of(state), rx_string(text));
+    } else {
+        rx_var_writable(*var) = rx_number(state.current);
+        state.generation = ++var->generation;
+    }
+    if (state.level) {
+        rx_number_buffer buffer;
+        rx_trace_assignment(state.level, rx_resolve_name(control_of(state)),
+                            rx_number_text(state.current, 0, buffer));
+    }
+}
+
+rx_flow do_controlled(const rx_do_clause &loop, int level) {
+    controlled state{.loop = loop, .level = level};
+    begin(state);
+    return run_rounds(loop, level, controlled_words, false, [&] { return has_more(state); }, [&] { step(state); });
+}
+
+} // namespace
+
+rx_flow rx_do(const rx_do_clause &loop) {
+    rx_shown shown = rx_show_clause(&loop);
+    if (shown.skip) {
+        rx_flow flow = rx_run_clauses(loop.body);
+        rx_trace_line(loop.end_line);
+        return flow;
+    }
+    switch (loop.form) {
+    case DO_COUNT: return do_count(loop, shown.level);
+    case DO_FOREVER: return run_rounds(loop, shown.level, forever_words, false, always, nothing);
+    case DO_CONTROLLED: return do_controlled(loop, shown.level);
+    case DO_WORDS: return do_words(loop, shown.level);
+    case DO_PLAIN: break;
+    }
+    if (loop.cond_kind != DO_NO_CONDITION) return run_rounds(loop, shown.level, forever_words, false, always, nothing);
+    rx_flow flow = rx_run_clauses(loop.body);
+    if (flow == rx_flow::next && tracing_clauses()) rx_trace_line(loop.end_line);
+    return flow;
+}

@@ -1,0 +1,354 @@
+// PARSE, ARG and PULL: where the text comes from, and the walk of the template.
+//
+// A template falls into stretches: some variables, then a cut (a pattern, a position, a comma or the end). The cut is
+// looked for first; it is where the last variable of the stretch ends. Each variable before the last one takes a
+// word of the text in front of it. A relative position counts from the place of the last cut, which for a pattern is
+// where it was found, not where the text goes on behind it.
+#include "engine/clauses.h"
+#include "engine/parse_template.h"
+#include "engine/trace.h"
+#include "front/report.h"
+#include "platform/paths.h"
+#include "platform/strings.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+
+namespace {
+
+constexpr std::string_view version = "REXX 4.00 10 Apr 2020 - Vandra(x64) 3.08b1";
+
+using step = rx_template_step;
+
+// ---- the template ----------------------------------------------------------------------------------------------------
+
+/// The items of the clause's template, read at its first run and kept with the program. Those of an interpreted text,
+/// whose tree goes away with it, are put in `own`.
+const rx_template_item *items_of(const rx_parse_clause &clause, std::vector<rx_template_item> &own) {
+    if (clause.compiled) return static_cast<const rx_template_item *>(clause.compiled);
+    rx_read_template(clause.template_, own);
+    if (rx_walk->interpret_depth || rx_walk->interactive) return own.data();
+    auto *kept = static_cast<rx_template_item *>(
+        (*rx_program_now)->arena.allocate(own.size() * sizeof(rx_template_item)));
+    std::uninitialized_copy(own.begin(), own.end(), kept);
+    clause.compiled = kept;
+    return kept;
+}
+
+// ---- the text --------------------------------------------------------------------------------------------------------
+
+std::string word_or_quotes(std::string_view text) {
+    return text.empty() ? "\"\"" : std::string(text);
+}
+
+/// The line of PARSE SOURCE: system, call type, and the parts of the program's path.
+std::string source_line() {
+    std::string path = rx_path_to_slashes((*rx_program_now)->entries[0].name);
+    std::string_view name = path, directory, type;
+    if (size_t slash = name.rfind('/'); slash != std::string_view::npos) {
+        directory = name.substr(0, std::max<size_t>(slash, 1));
+        name.remove_prefix(slash + 1);
+    }
+    // A dot at the beginning belongs to the name.
+    if (size_t dot = name.rfind('.'); dot != std::string_view::npos && dot != 0) {
+        type = name.substr(dot + 1);
+        name = name.substr(0, dot);
+    }
+    std::string base = word_or_quotes(name);
+    return "WINDOWS COMMAND " + base + " " + word_or_quotes(type) + " " + word_or_quotes(directory) + " " + base;
+}
+
+std::string numeric_line() {
+    return rx_int_text(rx_numeric->digits) + " " + rx_int_text(rx_numeric->fuzz) +
+           (rx_numeric->form == 0 ? " SCIENTIFIC" : " ENGINEERING");
+}
+
+/// The text that is taken apart. It stays as it is while the template assigns variables, its own one among them.
+struct parsed_text {
+    std::string_view text;
+
+    parsed_text(const rx_parse_clause &clause, int level) {
+        switch (clause.source) {
+        case PARSE_ARG: next_argument(); break;
+        case PARSE_LINEIN: take(rx_queue_door.read_line()); break;
+        case PARSE_PULL: take(rx_queue_door.pull()); break;
+        case PARSE_SOURCE: take(rx_string(source_line())); break;
+        case PARSE_VALUE:
+            take(do_exec(clause.operand, level));
+            rx_trace_result(level, text);
+            break;
+        case PARSE_VAR: lend(clause.operand); break;
+        case PARSE_VERSION: text = version; break;
+        case PARSE_NUMERIC: take(rx_string(numeric_line())); break;
+        }
+    }
+
+    /// Moves on to the next argument of the routine; behind the last one there are empty texts.
+    void next_argument() {
+        text = argument_ < rx_args->count ? rx_args->args[argument_].text.text() : std::string_view();
+        argument_++;
+    }
+
+    /// To be called when variables were assigned: the text may have moved.
+    void settle() {
+        if (pin_ && !pin_->untouched()) text = pin_->value().text();
+    }
+
+    /// Gives up the claim on the variable that holds the text: its last use may overwrite it where it stands.
+    void let_go() {
+        if (pin_ && pin_->untouched()) pin_.reset();
+    }
+
+  private:
+    void take(rx_value &&value) {
+        value_ = std::move(value);
+        text = rx_arg_text(value_, buffer_);
+    }
+
+    void lend(const rx_expr *name) {
+        rx_error.line = name->line;
+        rx_error.column = name->column;
+        rx_value scratch;
+        const rx_value &value = rx_var_get(*name->symbol, scratch);
+        if (&value == &scratch) return take(std::move(scratch));
+        if (value.is_string() && value.storage == RX_HEAP) {
+            rx_var *var = rx_var_find(*name->symbol);
+            if (var && &var->value == &value) {
+                pin_.emplace(*var);
+                text = value.text();
+                return;
+            }
+        }
+        take(rx_copy_value(value));
+    }
+
+    rx_value value_;
+    rx_number_buffer buffer_;
+    std::optional<rx_pin> pin_;
+    size_t argument_ = 0;
+};
+
+// ---- assigning -------------------------------------------------------------------------------------------------------
+
+/// Copies a short text; an ordinary call would take longer than the copy.
+inline void copy_short(char *to, const char *from, size_t length) {
+    if (length >= 8) {
+        uint64_t head, tail;
+        std::memcpy(&head, from, 8);
+        std::memcpy(&tail, from + length - 8, 8);
+        std::memcpy(to, &head, 8);
+        std::memcpy(to + length - 8, &tail, 8);
+    } else if (length >= 4) {
+        uint32_t head, tail;
+        std::memcpy(&head, from, 4);
+        std::memcpy(&tail, from + length - 4, 4);
+        std::memcpy(to, &head, 4);
+        std::memcpy(to + length - 4, &tail, 4);
+    } else {
+        for (size_t i = 0; i < length; i++) to[i] = from[i];
+    }
+}
+
+/// Puts a text in the record, in the buffer that it has when that fits without waste. The text may lie in that buffer.
+void store_text(rx_value &record, std::string_view text) {
+    bool has_buffer = record.is_string() && record.storage == RX_HEAP;
+    if (!has_buffer && text.size() <= rx_value::inline_capacity) {
+        record.kind = RX_STRING;
+        record.storage = RX_INLINE;
+        record.rounded = 0;
+        copy_short(record.bytes, text.data(), text.size());
+        record.bytes[text.size()] = '\0';
+        record.length = static_cast<uint32_t>(text.size());
+    } else if (has_buffer && text.size() <= record.heap.capacity && text.size() >= record.heap.capacity / 4) {
+        std::memmove(record.heap.data, text.data(), text.size());
+        record.heap.data[text.size()] = '\0';
+        record.length = static_cast<uint32_t>(text.size());
+    } else {
+        record = rx_string(text);
+    }
+}
+
+void assign_field(const rx_template_item &item, std::string_view field, bool upper) {
+    const rx_symbol &symbol = *item.symbol;
+    if (symbol.serial == rx_scope->serial && symbol.var && !symbol.environment) [[likely]] {
+        rx_var &var = *symbol.var;
+        var.generation++;
+        rx_value &record = rx_var_writable(var);
+        store_text(record, field);
+        var.state = RX_SET;
+        if (upper) rx_upper(rx_bytes(record), record.length);
+        return;
+    }
+    if (symbol.bad_name) rx_raise_at(item.token->line, item.token->column, 31);
+    rx_value value = rx_string(field);
+    if (upper) rx_upper(rx_bytes(value), value.length);
+    rx_var_assign(symbol, std::move(value));
+}
+
+void trace_field(const rx_template_item &item, std::string_view field, bool upper, int level) {
+    if ((rx_settings->trace & (TRACE_I | TRACE_R)) == 0) return;
+    if (item.step == step::placeholder) return rx_trace_placeholder(level, field);
+    std::string name = item.symbol->whole_stem ? std::string(item.symbol->name) : rx_resolve_name(*item.symbol);
+    rx_trace_assignment(level, name, upper ? rx_uppered(field) : std::string(field));
+}
+
+// ---- the walk --------------------------------------------------------------------------------------------------------
+
+struct template_walk {
+    const rx_parse_clause &clause;
+    parsed_text &source;
+    int level;
+    size_t start = 0;         ///< of the next field
+    long long last_match = 0; ///< where relative positions count from; may lie outside the text
+
+    size_t size() const { return source.text.size(); }
+
+    size_t clamp(long long position) const {
+        return static_cast<size_t>(std::clamp(position, 0LL, static_cast<long long>(size())));
+    }
+
+    /// The text of a pattern. One that a variable gives is read each time that it is needed, for the template itself may
+    /// assign it.
+    std::string_view pattern_of(const rx_template_item &cut, rx_value &scratch, rx_number_buffer &buffer) {
+        if (!cut.symbol) return cut.text;
+        return rx_arg_text(read(cut, scratch), buffer);
+    }
+
+    /// The number of a position or a distance.
+    long long number_of(const rx_template_item &cut) {
+        if (!cut.symbol) return cut.number;
+        rx_value scratch, number;
+        if (!rx_number_of(read(cut, scratch), number) || !rx_is_whole(number.real) || number.real < 0)
+            rx_raise_at(cut.token->line, cut.token->column, 26);
+        return static_cast<long long>(std::min(number.real, 1e12));
+    }
+
+    const rx_value &read(const rx_template_item &cut, rx_value &scratch) {
+        rx_error.line = cut.token->line;
+        rx_error.column = cut.token->column;
+        const rx_value &value = rx_var_get(*cut.symbol, scratch);
+        source.settle();
+        return value;
+    }
+
+    /// Where a pattern is found from the start of the field on, or npos; an empty one is nowhere.
+    size_t find(std::string_view pattern) const {
+        if (pattern.empty() || start >= size()) return std::string_view::npos;
+        if (pattern.size() > 1) return source.text.find(pattern, start);
+        const void *hit = std::memchr(source.text.data() + start, pattern[0], size() - start);
+        return hit ? static_cast<size_t>(static_cast<const char *>(hit) - source.text.data()) : std::string_view::npos;
+    }
+
+    /// Where the variables in front of a cut have to stop.
+    size_t find_stop(const rx_template_item &cut) {
+        long long stop = static_cast<long long>(size());
+        switch (cut.step) {
+        case step::pattern: {
+            rx_value scratch;
+            rx_number_buffer buffer;
+            return std::min(find(pattern_of(cut, scratch, buffer)), size());
+        }
+        case step::forward:
+            if (long long distance = number_of(cut)) stop = static_cast<long long>(start) + distance;
+            break;
+        case step::backward: number_of(cut); break;
+        case step::position:
+            if (long long position = number_of(cut) - 1; position > 0 && position >= static_cast<long long>(start))
+                stop = position;
+            break;
+        case step::broken: fail(cut, static_cast<int>(cut.number));
+        default: break;
+        }
+        return clamp(stop);
+    }
+
+    /// Gives the variables of a stretch their fields; the start of the next field ends up at the stop.
+    void assign(const rx_template_item *item, const rx_template_item *cut, size_t stop) {
+        for (; item + 1 < cut; item++) {
+            while (start < stop && source.text[start] == ' ') start++;
+            size_t end = start;
+            while (end < stop && source.text[end] != ' ') end++;
+            put(*item, start, end);
+            start = std::min(end + 1, stop);
+        }
+        if (cut->step == step::unknown) fail(*cut, 38);
+        if (cut->step == step::end) source.let_go();
+        put(*item, start, stop);
+        start = stop;
+    }
+
+    void put(const rx_template_item &item, size_t from, size_t to) {
+        std::string_view field = source.text.substr(from, to - from);
+        if (level) [[unlikely]] {
+            std::string copy(field);
+            if (item.step == step::variable) assign_field(item, copy, clause.upper);
+            trace_field(item, copy, clause.upper, level);
+        } else if (item.step == step::variable) {
+            assign_field(item, field, clause.upper);
+        }
+        source.settle();
+    }
+
+    /// Moves the start of the next field behind a cut.
+    void pass(const rx_template_item &cut) {
+        switch (cut.step) {
+        case step::pattern: {
+            rx_value scratch;
+            rx_number_buffer buffer;
+            std::string_view pattern = pattern_of(cut, scratch, buffer);
+            size_t found = find(pattern);
+            if (found == std::string_view::npos) {
+                start = size();
+            } else {
+                last_match = static_cast<long long>(found);
+                start = found + pattern.size();
+            }
+            return;
+        }
+        case step::forward: last_match += number_of(cut); break;
+        case step::backward: last_match -= number_of(cut); break;
+        case step::position: last_match = number_of(cut) - 1; break;
+        case step::comma:
+            if (clause.source != PARSE_ARG)
+                fail(cut, 38, "A comma may be used only within a PARSE ARG instructin");
+            source.next_argument();
+            last_match = 0;
+            break;
+        case step::unknown: fail(cut, 38);
+        case step::broken: fail(cut, static_cast<int>(cut.number));
+        default: return;
+        }
+        start = clamp(last_match);
+    }
+
+    [[noreturn]] static void fail(const rx_template_item &item, int error) {
+        rx_raise_at(item.token->line, item.token->column, error);
+    }
+    [[noreturn]] static void fail(const rx_template_item &item, int error, const char *extra) {
+        rx_raise_at(item.token->line, item.token->column, error, extra);
+    }
+
+    void run(const rx_template_item *item) {
+        for (;;) {
+            const rx_template_item *cut = item;
+            while (cut->step <= step::placeholder) cut++;
+            if (cut != item) assign(item, cut, find_stop(*cut));
+            if (cut->step == step::end) return;
+            pass(*cut);
+            item = cut + 1;
+        }
+    }
+};
+
+} // namespace
+
+void rx_parse(const rx_parse_clause &clause) {
+    rx_shown shown = rx_show_clause(&clause);
+    if (shown.skip) return;
+    parsed_text source(clause, shown.level);
+    if (!clause.template_) return;
+    std::vector<rx_template_item> own;
+    template_walk walk{.clause = clause, .source = source, .level = shown.level};
+    walk.run(items_of(clause, own));
+}

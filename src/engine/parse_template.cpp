@@ -1,0 +1,107 @@
+#include "engine/parse_template.h"
+
+#include "platform/strings.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr long long largest_position = 1LL << 40; // behind every text
+
+const rx_expr *next_token(const rx_expr *token) {
+    do token = token->next;
+    while (token && (token->type == NOLEX || token->type == ' '));
+    return token;
+}
+
+bool is_type(const rx_expr *token, int type) {
+    return token && token->type == type;
+}
+
+/// The value of an unquoted constant that is written with digits only.
+bool whole_constant(const rx_expr *token, long long &number) {
+    if (!is_type(token, STRING) || token->flag == 1) return false;
+    if (token->text.empty() || !std::all_of(token->text.begin(), token->text.end(), rx_is_digit)) return false;
+    number = 0;
+    for (char digit : token->text) number = std::min(number * 10 + (digit - '0'), largest_position);
+    return true;
+}
+
+struct template_reader {
+    const rx_expr *token;
+    rx_template_item item;
+
+    void fail(int error) {
+        item.step = rx_template_step::broken;
+        item.number = error;
+        token = nullptr;
+    }
+
+    /// The rest of a "(name)" whose parenthesis is the token in hand.
+    void variable_in_parentheses() {
+        const rx_expr *name = next_token(token);
+        const rx_expr *close = name ? next_token(name) : nullptr;
+        if (!is_type(name, SYMBOL) || !is_type(close, ')')) return fail(46);
+        item.symbol = name->symbol;
+        token = next_token(close);
+    }
+
+    /// What follows "+", "-" or "=".
+    void position(rx_template_step step) {
+        item.step = step;
+        token = next_token(token);
+        if (is_type(token, '(')) return variable_in_parentheses();
+        if (!whole_constant(token, item.number)) return fail(38);
+        token = next_token(token);
+    }
+
+    void constant() {
+        if (token->flag == 1) {
+            item.step = rx_template_step::pattern;
+            item.text = token->text;
+        } else {
+            item.step = rx_template_step::position;
+            if (!whole_constant(token, item.number)) return fail(38);
+        }
+        token = next_token(token);
+    }
+
+    void symbol() {
+        bool placeholder = token->text == ".";
+        item.step = placeholder ? rx_template_step::placeholder : rx_template_step::variable;
+        item.symbol = token->symbol;
+        token = next_token(token);
+    }
+
+    void read() {
+        item = {.step = rx_template_step::end, .token = token};
+        switch (token->type) {
+        case SYMBOL: return symbol();
+        case STRING: return constant();
+        case '(':
+            item.step = rx_template_step::pattern;
+            return variable_in_parentheses();
+        case '+': return position(rx_template_step::forward);
+        case '-': return position(rx_template_step::backward);
+        case '=': return position(rx_template_step::position);
+        case ',':
+            item.step = rx_template_step::comma;
+            token = next_token(token);
+            return;
+        default:
+            item.step = rx_template_step::unknown;
+            token = nullptr;
+        }
+    }
+};
+
+} // namespace
+
+void rx_read_template(const rx_expr *token, std::vector<rx_template_item> &items) {
+    template_reader reader{.token = token, .item = {}};
+    while (reader.token) {
+        reader.read();
+        items.push_back(reader.item);
+    }
+    items.push_back({.step = rx_template_step::end, .token = token});
+}

@@ -1,0 +1,135 @@
+#include "engine/clauses.h"
+#include "engine/host.h"
+#include "engine/trace.h"
+#include "platform/signals.h"
+#include "platform/stack.h"
+
+void rx_check_stack() {
+    if (rx_stack_used_up()) [[unlikely]] rx_raise(5);
+}
+
+namespace {
+
+template <class T> const T &as(const rx_clause *clause) {
+    return *static_cast<const T *>(clause);
+}
+
+void label(const rx_clause *clause) {
+    rx_show_clause(clause, TRACE_CLAUSES | TRACE_L);
+}
+
+/// LEAVE and ITERATE only leave word of themselves; the loop that they are meant for takes it up.
+rx_flow loop_exit(const rx_name_clause &clause, rx_flow flow) {
+    if (rx_show_clause(&clause).skip) return rx_flow::next;
+    rx_walk->loop_name = clause.name ? *clause.name : std::string_view();
+    return flow;
+}
+
+rx_flow run_clause(const rx_clause *clause) {
+    switch (clause->kind) {
+    case CL_COMMAND: return rx_command(as<rx_expr_clause>(clause).expr, -1, clause->line, false);
+    case CL_SAYX: return rx_command(as<rx_expr_clause>(clause).expr, -1, clause->line, true);
+    case CL_ASSIGN: rx_assign(as<rx_assign_clause>(clause)); break;
+    case CL_IF: return rx_if(as<rx_if_clause>(clause));
+    case CL_SAY:
+    case CL_SAYN:
+    case CL_SAYR: rx_say(as<rx_expr_clause>(clause)); break;
+    case CL_DO: return rx_do(as<rx_do_clause>(clause));
+    case CL_LEAVE: return loop_exit(as<rx_name_clause>(clause), rx_flow::leave);
+    case CL_ITERATE: return loop_exit(as<rx_name_clause>(clause), rx_flow::iterate);
+    case CL_SELECT: return rx_select(as<rx_select_clause>(clause));
+    case CL_LABEL: label(clause); break;
+    case CL_EXIT: return rx_exit(as<rx_expr_clause>(clause));
+    case CL_RETURN: return rx_return(as<rx_expr_clause>(clause));
+    case CL_SIGNAL: return rx_signal(as<rx_signal_clause>(clause));
+    case CL_CALL: rx_call(as<rx_call_clause>(clause)); break;
+    case CL_PUSH:
+    case CL_QUEUE: rx_push(as<rx_expr_clause>(clause)); break;
+    case CL_PROCEDURE: rx_procedure(as<rx_names_clause>(clause)); break;
+    case CL_PARSE: rx_parse(as<rx_parse_clause>(clause)); break;
+    case CL_ADDRESS: return rx_address(as<rx_address_clause>(clause));
+    case CL_DROP: rx_drop_clause(as<rx_names_clause>(clause)); break;
+    case CL_INTERPRET: return rx_interpret(as<rx_expr_clause>(clause));
+    case CL_NUMERIC: rx_numeric_instruction(as<rx_numeric_clause>(clause)); break;
+    case CL_UPPER:
+    case CL_LOWER: rx_case_clause(as<rx_names_clause>(clause)); break;
+    case CL_SOURCE_BREAK: break;
+    case CL_TRACE: rx_trace_instruction(as<rx_trace_clause>(clause)); break;
+    case CL_CD: rx_cd(as<rx_expr_clause>(clause)); break;
+    }
+    return rx_flow::next;
+}
+
+/// Interactive tracing between clauses. False: the clause that has just ended runs once more.
+bool prompt(rx_flow &flow) {
+    rx_trace_record &state = *rx_trace_state;
+    if (rx_walk->interactive || state.clause_count <= state.prompts_to_skip) return true;
+    state.clause_count = 0;
+    state.prompts_to_skip = 0;
+    return rx_trace_prompt(flow);
+}
+
+/// True when a loop takes up a LEAVE or ITERATE of this name.
+bool is_loop_of(const rx_clause *structure, std::string_view name) {
+    if (!structure || structure->kind != CL_DO) return false;
+    const auto &loop = as<rx_do_clause>(structure);
+    if (loop.form == DO_PLAIN && loop.cond_kind == DO_NO_CONDITION) return false;
+    return name.empty() || (loop.control && loop.control->text == name);
+}
+
+/// Walks from a cell that may lie inside control structures: the rest of its chain runs, then what follows the
+/// enclosing structure, one level up after the other. No structure that was jumped into goes round again.
+rx_flow run_outwards(const rx_clause_cell *cell, const rx_build_frame *frame) {
+    for (;;) {
+        rx_flow flow = rx_run_clauses(cell);
+        for (;;) {
+            if (!frame || flow == rx_flow::returned || flow == rx_flow::signalled) return flow;
+            const rx_clause_cell *structure = frame->tail;
+            frame = frame->outer;
+            cell = structure->next;
+            if (flow == rx_flow::next || is_loop_of(structure->clause, rx_walk->loop_name)) break;
+        }
+    }
+}
+
+} // namespace
+
+rx_flow rx_run_clauses(const rx_clause_cell *cell) {
+    rx_check_stack();
+    while (const rx_clause *clause = cell->clause) {
+        rx_error.line = clause->line;
+        rx_clause_count++;
+        rx_flow flow = run_clause(clause);
+        if (rx_settings->trace & TRACE_PROMPT) [[unlikely]] {
+            if (!prompt(flow)) continue;
+        }
+        if (rx_halt_pending) [[unlikely]] rx_halt_poll();
+        if (flow != rx_flow::next) return flow;
+        cell = cell->next;
+    }
+    return rx_flow::next;
+}
+
+rx_flow rx_run_block(const rx_clause_cell *cell, const rx_build_frame *frame) {
+    rx_check_stack();
+    int nesting = rx_walk->nesting;
+    for (;;) {
+        rx_flow flow;
+        try {
+            flow = run_outwards(cell, frame);
+        } catch (const rx_jmp_signal &) {
+            flow = rx_flow::signalled;
+        } catch (const rx_jmp_return &) {
+            flow = rx_flow::returned;
+        }
+        bool interpreted = rx_walk->interpret_depth || rx_walk->interactive;
+        if (flow == rx_flow::signalled && !interpreted) {
+            cell = rx_walk->signal_target;
+            frame = rx_walk->signal_frame;
+            continue;
+        }
+        rx_walk->nesting = nesting;
+        if ((flow == rx_flow::leave || flow == rx_flow::iterate) && !interpreted) rx_raise(28);
+        return flow;
+    }
+}

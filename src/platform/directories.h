@@ -1,0 +1,14 @@
+// Directories and the tests of paths that everybody needs.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The directory from HOME with a "/" at its end; without HOME the root.
+std::string rx_home();
+
+/// Makes a directory the current one; false when that can't be.
+bool rx_change_directory(std::string_view path);
+
+/// The current directory.
+std::string rx_current_directory();

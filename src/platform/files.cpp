@@ -1,0 +1,46 @@
+#include "platform/files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+bool rx_path_exists(std::string_view path) {
+    return ::access(std::string(path).c_str(), F_OK) == 0;
+}
+
+std::string rx_read_file(std::string_view path, rx_read_failure &failure) {
+    failure = rx_read_failure::open;
+    int file = ::open(std::string(path).c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return {};
+    failure = rx_read_failure::none;
+    std::string contents;
+    struct stat status = {};
+    if (::fstat(file, &status) == 0 && status.st_size > 0) contents.reserve(static_cast<size_t>(status.st_size) + 1);
+    char block[65536];
+    for (;;) {
+        ssize_t got = ::read(file, block, sizeof block);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) {
+            failure = rx_read_failure::read;
+            contents.clear();
+        }
+        if (got <= 0) break;
+        contents.append(block, static_cast<size_t>(got));
+    }
+    int error = errno;
+    ::close(file);
+    errno = error;
+    return contents;
+}
+
+std::optional<int64_t> rx_file_time(std::string_view path) {
+    struct stat status = {};
+    if (::stat(std::string(path).c_str(), &status) != 0) return std::nullopt;
+    return int64_t{status.st_mtim.tv_sec} * 1000000000 + status.st_mtim.tv_nsec;
+}
+
+std::string rx_system_error() {
+    return std::strerror(errno);
+}

@@ -1,0 +1,22 @@
+// Whole files.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// True when a file, directory or anything else exists under that path.
+bool rx_path_exists(std::string_view path);
+
+/// Why a file couldn't be read.
+enum class rx_read_failure { none, open, read };
+
+/// The contents of a file; empty and a failure when it can't be opened or read. A directory can be opened but not read.
+std::string rx_read_file(std::string_view path, rx_read_failure &failure);
+
+/// Time of the last change in nanoseconds since 1970, or nothing when the file isn't there.
+std::optional<int64_t> rx_file_time(std::string_view path);
+
+/// The text of the last system error, as the system words it.
+std::string rx_system_error();

@@ -1,0 +1,86 @@
+#include "platform/stack.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <sys/mman.h>
+#include <ucontext.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define VANDRA_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define VANDRA_ASAN 1
+#endif
+#endif
+#ifdef VANDRA_ASAN
+#include <sanitizer/common_interface_defs.h>
+#endif
+
+namespace {
+
+#ifdef VANDRA_ASAN
+constexpr size_t stack_size = size_t{4} << 30; // instrumented frames are several times as large
+#else
+constexpr size_t stack_size = size_t{512} << 20;
+#endif
+/// Kept free for reporting the error and for library calls at the deepest point.
+constexpr size_t stack_reserve = size_t{1} << 20;
+
+ucontext_t caller_context;
+ucontext_t stack_context;
+char *stack_base = nullptr;
+bool on_stack = false;
+void (*body_now)(void *) = nullptr;
+void *argument_now = nullptr;
+
+#ifdef VANDRA_ASAN
+const void *caller_bottom = nullptr;
+size_t caller_size = 0;
+void *caller_fake = nullptr;
+void enter_stack() { __sanitizer_start_switch_fiber(&caller_fake, stack_base, stack_size); }
+void entered_stack() { __sanitizer_finish_switch_fiber(nullptr, &caller_bottom, &caller_size); }
+void leave_stack() { __sanitizer_start_switch_fiber(nullptr, caller_bottom, caller_size); }
+void left_stack() { __sanitizer_finish_switch_fiber(caller_fake, nullptr, nullptr); }
+#else
+void enter_stack() {}
+void entered_stack() {}
+void leave_stack() {}
+void left_stack() {}
+#endif
+
+void trampoline() {
+    entered_stack();
+    body_now(argument_now);
+    leave_stack();
+}
+
+} // namespace
+
+void rx_on_interpreter_stack(void (*body)(void *), void *argument) {
+    if (on_stack) {
+        body(argument);
+        return;
+    }
+    if (!stack_base) {
+        void *memory = ::mmap(nullptr, stack_size, PROT_READ | PROT_WRITE,
+                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
+        if (memory == MAP_FAILED) {
+            std::fputs("Vandra: no more memory.\n", stderr);
+            std::exit(1);
+        }
+        stack_base = static_cast<char *>(memory);
+        rx_stack_limit = stack_base + stack_reserve;
+    }
+    ::getcontext(&stack_context);
+    stack_context.uc_stack.ss_sp = stack_base;
+    stack_context.uc_stack.ss_size = stack_size;
+    stack_context.uc_link = &caller_context;
+    ::makecontext(&stack_context, trampoline, 0);
+    body_now = body;
+    argument_now = argument;
+    on_stack = true;
+    enter_stack();
+    ::swapcontext(&caller_context, &stack_context);
+    left_stack();
+    on_stack = false;
+}

@@ -1,0 +1,16 @@
+// A native stack of the interpreter's own. A call of a routine is a native recursion, so the interpreter runs on a stack
+// that is large enough for deep scripts (reserved, not committed), and raises an error before it is used up.
+#pragma once
+
+#include <cstddef>
+
+/// Calls `body(argument)` on the interpreter's stack; directly when it runs there already. Exceptions may not leave
+/// `body`.
+void rx_on_interpreter_stack(void (*body)(void *), void *argument);
+
+/// The address below which the stack in force counts as used up.
+inline constinit char *rx_stack_limit = nullptr;
+
+inline bool rx_stack_used_up() {
+    return static_cast<char *>(__builtin_frame_address(0)) < rx_stack_limit;
+}

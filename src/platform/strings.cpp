@@ -1,0 +1,61 @@
+#include "platform/strings.h"
+
+#include <algorithm>
+
+void rx_lower(char *text, size_t length) {
+    for (size_t i = 0; i < length; i++) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        text[i] = static_cast<char>(c + (static_cast<unsigned char>(c - 'A') < 26 ? 32 : 0));
+    }
+}
+
+void rx_upper(char *text, size_t length) {
+    for (size_t i = 0; i < length; i++) {
+        unsigned char c = static_cast<unsigned char>(text[i]);
+        text[i] = static_cast<char>(c - (static_cast<unsigned char>(c - 'a') < 26 ? 32 : 0));
+    }
+}
+
+std::string rx_lowered(std::string_view text) {
+    std::string result(text);
+    rx_lower(result.data(), result.size());
+    return result;
+}
+
+std::string rx_uppered(std::string_view text) {
+    std::string result(text);
+    rx_upper(result.data(), result.size());
+    return result;
+}
+
+bool rx_equal_nocase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); i++) {
+        char x = a[i], y = b[i];
+        rx_lower(&x, 1);
+        rx_lower(&y, 1);
+        if (x != y) return false;
+    }
+    return true;
+}
+
+std::vector<std::string_view> rx_split_words(std::string_view text) {
+    std::vector<std::string_view> words;
+    size_t at = 0;
+    while ((at = text.find_first_not_of(' ', at)) != std::string_view::npos) {
+        size_t end = std::min(text.find(' ', at), text.size());
+        words.push_back(text.substr(at, end - at));
+        at = end;
+    }
+    return words;
+}
+
+std::vector<std::string_view> rx_split_at(std::string_view text, char separator) {
+    std::vector<std::string_view> pieces;
+    for (size_t at = 0;;) {
+        size_t end = text.find(separator, at);
+        pieces.push_back(text.substr(at, end == std::string_view::npos ? end : end - at));
+        if (end == std::string_view::npos) return pieces;
+        at = end + 1;
+    }
+}

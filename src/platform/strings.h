@@ -1,0 +1,32 @@
+// String helpers that every room shares. Text is bytes: only ASCII letters are folded, NUL may occur anywhere.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Fold ASCII letters in place.
+void rx_lower(char *text, size_t length);
+void rx_upper(char *text, size_t length);
+
+/// The folded copy.
+std::string rx_lowered(std::string_view text);
+std::string rx_uppered(std::string_view text);
+
+/// True when the texts are equal without regard to the case of ASCII letters.
+bool rx_equal_nocase(std::string_view a, std::string_view b);
+
+/// The words of a text, cut at blanks only; runs of blanks give no empty words. The views point into the text.
+std::vector<std::string_view> rx_split_words(std::string_view text);
+
+/// The pieces between separators, empty ones kept: n separators give n + 1 pieces.
+std::vector<std::string_view> rx_split_at(std::string_view text, char separator);
+
+inline bool rx_is_digit(char c) { return c >= '0' && c <= '9'; }
+inline bool rx_is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+/// Letters, digits and @ # $ . ! ? _ : what a symbol is made of.
+inline bool rx_is_symbol_char(char c) {
+    return rx_is_letter(c) || rx_is_digit(c) || c == '@' || c == '#' || c == '$' || c == '.' || c == '!' || c == '?' ||
+           c == '_';
+}

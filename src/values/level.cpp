@@ -1,0 +1,179 @@
+#include "values/level.h"
+
+#include "platform/strings.h"
+#include "values/numbers.h"
+
+#include <algorithm>
+#include <new>
+
+namespace {
+
+/// Numbers above this aren't looked up in a stem's array; nine digits are spelled alike under the default settings.
+constexpr double largest_index = 999999999.0;
+constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+
+constinit uint64_t last_serial = 0;
+
+/// Levels that were popped, kept so that a PROCEDURE doesn't allocate.
+std::vector<std::unique_ptr<rx_level>> &spare_levels() {
+    static std::vector<std::unique_ptr<rx_level>> spare;
+    return spare;
+}
+
+void free_values(rx_var *var) {
+    while (var) {
+        rx_var *next = var->next;
+        var->~rx_var();
+        var = next;
+    }
+}
+
+} // namespace
+
+int64_t rx_plain_index(std::string_view tail) {
+    if (tail.empty() || tail.size() > 9 || (tail[0] == '0' && tail.size() > 1)) return -1;
+    int64_t index = 0;
+    for (char c : tail) {
+        if (!rx_is_digit(c)) return -1;
+        index = index * 10 + (c - '0');
+    }
+    return index;
+}
+
+int64_t rx_plain_index(const rx_value &number) {
+    double real = number.real;
+    if (!(real >= 0 && real <= largest_index) || number.decimals > 0) return -1;
+    int64_t index = static_cast<int64_t>(real);
+    if (static_cast<double>(index) != real || std::signbit(real)) return -1;
+    int digits = rx_numeric->digits;
+    return digits >= 9 || real < powers[digits] ? index : -1;
+}
+
+void rx_new_serial() {
+    rx_scope->serial = ++last_serial;
+}
+
+void rx_push_level() {
+    std::unique_ptr<rx_level> level;
+    if (spare_levels().empty()) {
+        level = std::make_unique<rx_level>();
+    } else {
+        level = std::move(spare_levels().back());
+        spare_levels().pop_back();
+    }
+    level->older = rx_scope->level;
+    rx_scope->level = level.release();
+    rx_new_serial();
+}
+
+void rx_pop_level() {
+    std::unique_ptr<rx_level> level(rx_scope->level);
+    rx_scope->level = level->older;
+    rx_new_serial();
+    free_values(level->first);
+    level->first = nullptr;
+    for (auto &stem : level->stems) {
+        free_values(stem->first);
+        if (stem->key) stem->key->~rx_var();
+    }
+    level->stems.clear();
+    level->names.clear();
+    level->stem_table.clear();
+    level->arena.reset();
+    level->entered = 0;
+    if (spare_levels().size() < 64) spare_levels().push_back(std::move(level));
+}
+
+bool rx_at_outermost_level() {
+    return rx_scope->level->older == nullptr;
+}
+
+rx_var *rx_level::make(const char *name, uint32_t length) {
+    rx_var *var = new (arena.allocate(sizeof(rx_var))) rx_var;
+    var->name = name;
+    var->name_length = length;
+    var->order = entered++;
+    return var;
+}
+
+rx_var &rx_level::enter(std::string_view name, uint64_t hash) {
+    rx_var *var = make(arena.copy(name).data(), static_cast<uint32_t>(name.size()));
+    var->next = first;
+    first = var;
+    names.enter(hash, var);
+    return *var;
+}
+
+rx_stem &rx_level::enter_stem(std::string_view name, uint64_t hash) {
+    stems.push_back(std::make_unique<rx_stem>());
+    rx_stem *stem = stems.back().get();
+    stem->name = arena.copy(name);
+    stem->level = this;
+    stem_table.enter(hash, stem);
+    return *stem;
+}
+
+void rx_stem::append(rx_var &var) {
+    if (last) last->next = &var;
+    else first = &var;
+    last = &var;
+}
+
+rx_var *rx_stem::find(uint32_t index) const {
+    if (index < array.size() && array[index]) return array[index];
+    return sparse ? find(std::string_view(rx_int_text(index))) : nullptr;
+}
+
+rx_var *rx_stem::find(std::string_view tail) const {
+    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) {
+        return std::string_view(var.name, var.name_length).substr(name.size() + 1) == tail;
+    });
+}
+
+rx_var &rx_stem::enter(uint32_t index) {
+    if (index >= array.size()) {
+        if (index > in_array * 2 + 64) {
+            sparse = true;
+            return enter(std::string_view(rx_int_text(index)));
+        }
+        array.resize(std::max<size_t>(index + size_t{1}, array.size() * 2));
+    }
+    rx_var *var = level->make(nullptr, index);
+    append(*var);
+    array[index] = var;
+    in_array++;
+    return *var;
+}
+
+rx_var &rx_stem::enter(std::string_view tail) {
+    std::string full(name);
+    full += '.';
+    full += tail;
+    rx_var *var = level->make(level->arena.copy(full).data(), static_cast<uint32_t>(full.size()));
+    append(*var);
+    tails.enter(rx_lookup_hash(tail), var);
+    return *var;
+}
+
+rx_var &rx_stem::enter_key() {
+    if (!key) {
+        std::string full = std::string(name) + "+";
+        key = level->make(level->arena.copy(full).data(), static_cast<uint32_t>(full.size()));
+    }
+    return *key;
+}
+
+void rx_stem::drop_all() {
+    auto drop = [](rx_var &var) {
+        if (var.state != RX_SET) return;
+        rx_var_writable(var) = rx_value();
+        var.state = RX_DROPPED;
+    };
+    for (rx_var *var = first; var; var = var->next) drop(*var);
+    if (key) drop(*key);
+}
+
+std::string rx_stem::tail_of(const rx_var &var) const {
+    if (!var.name) return std::to_string(var.name_length);
+    return std::string(var.name + name.size() + 1, var.name_length - name.size() - 1);
+}

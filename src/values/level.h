@@ -1,0 +1,109 @@
+// The insides of a variable level; only the store and its listings include this.
+#pragma once
+
+#include "values/store.h"
+
+#include <memory>
+
+/// Open addressing with linear probing over pointers; grows at three quarters. The hash is kept beside each pointer, so
+/// that growing needs no names and most misses touch one line.
+template <class T>
+struct rx_pointer_table {
+    struct slot {
+        uint64_t hash = 0;
+        T *item = nullptr;
+    };
+    std::vector<slot> slots;
+    size_t used = 0;
+
+    template <class Same> T *find(uint64_t hash, Same same) const {
+        if (used == 0) return nullptr;
+        size_t mask = slots.size() - 1;
+        for (size_t at = hash & mask; slots[at].item; at = (at + 1) & mask) {
+            if (slots[at].hash == hash && same(*slots[at].item)) return slots[at].item;
+        }
+        return nullptr;
+    }
+    void enter(uint64_t hash, T *item) {
+        if (used * 4 >= slots.size() * 3) grow();
+        place(hash, item);
+        used++;
+    }
+    /// Forgets everything; small tables keep their storage.
+    void clear() {
+        if (slots.size() > 64) slots = {};
+        else if (used) std::fill(slots.begin(), slots.end(), slot{});
+        used = 0;
+    }
+
+  private:
+    void place(uint64_t hash, T *item) {
+        size_t mask = slots.size() - 1, at = hash & mask;
+        while (slots[at].item) at = (at + 1) & mask;
+        slots[at] = {hash, item};
+    }
+    void grow() {
+        std::vector<slot> old = std::move(slots);
+        slots.assign(old.empty() ? 16 : old.size() * 2, slot{});
+        for (const slot &each : old) {
+            if (each.item) place(each.hash, each.item);
+        }
+    }
+};
+
+/// A stem of one level: its key entry (the default), and its compounds. A tail that is a plain whole number is found
+/// through `array` when it lies in the dense range, any other through `tails`.
+struct rx_stem {
+    std::string_view name;
+    rx_level *level;
+    rx_var *key = nullptr;
+    rx_var *first = nullptr, *last = nullptr; ///< compounds in order of entry
+    std::vector<rx_var *> array;
+    size_t in_array = 0;
+    bool sparse = false; ///< some plain numbers are in `tails`
+    rx_pointer_table<rx_var> tails;
+
+    rx_var *find(uint32_t index) const;
+    rx_var *find(std::string_view tail) const;
+    rx_var &enter(uint32_t index);
+    rx_var &enter(std::string_view tail);
+    rx_var &enter_key();
+    /// Takes the values of all compounds and of the default; exposed entries stay.
+    void drop_all();
+
+    /// The text behind the stem's dot.
+    std::string tail_of(const rx_var &var) const;
+
+  private:
+    void append(rx_var &var);
+};
+
+struct rx_level {
+    rx_level *older = nullptr;
+    rx_arena arena; ///< entries and their names
+    rx_pointer_table<rx_var> names;
+    rx_pointer_table<rx_stem> stem_table;
+    std::vector<std::unique_ptr<rx_stem>> stems;
+    rx_var *first = nullptr; ///< simple names, newest first
+    uint32_t entered = 0;
+
+    rx_var *find(std::string_view name, uint64_t hash) const {
+        return names.find(hash, [&](const rx_var &var) { return std::string_view(var.name, var.name_length) == name; });
+    }
+    rx_stem *find_stem(std::string_view name, uint64_t hash) const {
+        return stem_table.find(hash, [&](const rx_stem &stem) { return stem.name == name; });
+    }
+    rx_var &enter(std::string_view name, uint64_t hash);
+    rx_stem &enter_stem(std::string_view name, uint64_t hash);
+
+    /// A new entry in the arena; `name` null for an array element.
+    rx_var *make(const char *name, uint32_t length);
+};
+
+/// The number that a tail is when it is written plainly (no sign, no leading zero, at most nine digits), else -1.
+int64_t rx_plain_index(std::string_view tail);
+/// The same for a number, as its text would be under the NUMERIC settings in force.
+int64_t rx_plain_index(const rx_value &number);
+
+/// Gives the scope in force a new serial number, which makes every cache look again.
+void rx_new_serial();

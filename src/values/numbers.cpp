@@ -1,0 +1,183 @@
+// Text to number, and the small helpers around both.
+#include "values/numbers.h"
+
+#include "platform/strings.h"
+#include "values/rounding.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+
+namespace {
+
+/// A number read from a text, with what the record keeps besides the double.
+struct scanned_number {
+    double real = 0;
+    int decimals = 0;
+    uint8_t rounded = 0;
+};
+
+/// The texts that scripts are full of: blanks, a sign, up to 15 significant digits with or without a point, blanks.
+/// Digits and power of ten are exact, so one division gives the double nearest to the text. False says nothing about
+/// the text but that it is of another form.
+bool scan_plain(std::string_view text, scanned_number &number) {
+    const char *at = text.data(), *end = at + text.size();
+    while (at < end && *at == ' ') at++;
+    const char *last = end;
+    while (last > at && last[-1] == ' ') last--;
+    bool negative = false;
+    if (at < last && (*at == '-' || *at == '+')) negative = *at++ == '-';
+    // More characters than fifteen digits behind "0.000000" are a matter for the general scan.
+    if (at == last || last - at > 23) return false;
+    uint64_t digits = 0;
+    int significant = 0;
+    const char *point = nullptr;
+    for (; at < last; at++) {
+        unsigned digit = static_cast<unsigned char>(*at) - unsigned{'0'};
+        if (digit > 9) {
+            if (*at != '.' || point) return false;
+            point = at;
+            continue;
+        }
+        digits = digits * 10 + digit;
+        if (digits != 0 && ++significant > 15) return false;
+    }
+    double size = static_cast<double>(digits);
+    if (point) {
+        if (last - point == 1 && (point == text.data() || !rx_is_digit(point[-1]))) return false; // a point alone
+        size /= rx_tens(static_cast<int>(last - point) - 1);
+        number.decimals = static_cast<int>(std::min<ptrdiff_t>(end - point - 1, 15));
+    }
+    number.real = negative ? -size : size;
+    number.rounded = static_cast<uint8_t>(significant);
+    return true;
+}
+
+/// The text, not empty, without its blanks when signs, point, exponent letter and blanks stand where they may; empty
+/// otherwise.
+std::string without_blanks(std::string_view text) {
+    std::string work; // grows with what is accepted: most texts that come here fail at their first character
+    bool plus = false, minus = false, digit = false, exponent = false, point = false;
+    char previous = ' ';
+    size_t last = text.size() - 1;
+    while (last > 0 && text[last] == ' ') last--;
+    for (size_t i = 0; i <= last; i++) {
+        char c = text[i];
+        if (c == ' ') {
+            // Only a minus may be parted from the digits of its exponent.
+            if (digit && previous != '-') return {};
+            continue;
+        }
+        bool misplaced = false;
+        switch (c) {
+        case '+':
+            misplaced = plus || (digit && !exponent);
+            plus = true;
+            break;
+        case '-':
+            misplaced = minus || (digit && !exponent);
+            minus = true;
+            break;
+        case '.':
+            misplaced = point || exponent;
+            point = true;
+            break;
+        case 'E':
+        case 'e':
+            misplaced = exponent;
+            exponent = true;
+            break;
+        default: misplaced = !rx_is_digit(c); digit = true;
+        }
+        if (misplaced) return {};
+        previous = c;
+        work.push_back(c);
+    }
+    if (previous == '+' || previous == '-') return {};
+    return work;
+}
+
+bool scan_general(std::string_view text, double &number) {
+    std::string work = without_blanks(text);
+    const char *first = work.c_str(), *end = first + work.size();
+    // std::from_chars knows no plus.
+    if (*first == '+' && *++first == '-') return false;
+    auto read = std::from_chars(first, end, number);
+    if (read.ec == std::errc::invalid_argument) return false;
+    // Too large or too small: std::strtod tells which, with the number to take.
+    if (read.ec == std::errc::result_out_of_range) number = std::strtod(first, nullptr);
+    return number != HUGE_VAL;
+}
+
+bool scan(std::string_view text, scanned_number &number) {
+    // Most texts that are no numbers show it at once: a number begins with one of the characters from "+" to "9".
+    if (text.empty() || (text[0] != ' ' && (text[0] < '+' || text[0] > '9'))) return false;
+    if (scan_plain(text, number)) return true;
+    number = {};
+    if (!scan_general(text, number.real)) return false;
+    number.decimals = rx_count_decimals(text);
+    return true;
+}
+
+} // namespace
+
+bool rx_scan_number(std::string_view text, double &number) {
+    scanned_number read;
+    if (!scan(text, read)) return false;
+    number = read.real;
+    return true;
+}
+
+int rx_count_decimals(std::string_view text) {
+    size_t point = text.find('.');
+    if (point == text.npos || text.find_first_of("eE", point) != text.npos) return 0;
+    return static_cast<int>(std::min<size_t>(text.size() - point - 1, 15));
+}
+
+bool rx_number_of(const rx_value &value, rx_value &number) {
+    if (value.is_number()) {
+        number = rx_copy_value(value);
+        return true;
+    }
+    scanned_number read;
+    if (value.is_none() || !scan(value.text(), read)) return false;
+    number = rx_number(read.real, read.decimals);
+    number.rounded = read.rounded;
+    return true;
+}
+
+bool rx_is_number(rx_value &value) {
+    if (value.is_number()) return true;
+    rx_value number;
+    if (!rx_number_of(value, number)) return false;
+    value = std::move(number);
+    return true;
+}
+
+rx_value rx_to_string(rx_value value) {
+    if (value.is_string() && value.storage != RX_BORROWED) return value;
+    rx_number_buffer buffer;
+    return rx_string(rx_arg_text(value, buffer));
+}
+
+std::string rx_int_text(long long integer) {
+    return std::to_string(integer);
+}
+
+bool rx_logical(const rx_value &value, bool &result) {
+    double number;
+    if (value.is_number())
+        number = value.real;
+    else if (value.is_none() || !rx_scan_number(value.text(), number))
+        return false;
+    double whole = std::trunc(rx_round_digits(number, rx_numeric->digits));
+    if (whole != 0 && whole != 1) return false;
+    result = whole == 1;
+    return true;
+}
+
+std::string_view rx_trim_text(std::string_view text) {
+    size_t first = text.find_first_not_of(' ');
+    if (first == text.npos) return {};
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}

@@ -1,0 +1,46 @@
+// Decimal digits of a double, the part that rounding and spelling share.
+//
+// A double is cut into its first D significant digits by one multiplication or division with a power of ten that is
+// itself exact (10^22 is the largest), so the scaled value carries one rounding error of at most 2^-53 of its size.
+// Where it lies farther than that from a tie, the nearest integer is the one that exact decimal arithmetic would give.
+// What lies nearer, and what lies outside the exact powers, is refused, and the caller takes the slow road.
+#pragma once
+
+#include "values/numbers.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <string_view>
+
+/// 10^(i - 22), for i up to 44. Those from 10^0 on are exact.
+inline constexpr double rx_tens_table[45] = {
+    1e-22, 1e-21, 1e-20, 1e-19, 1e-18, 1e-17, 1e-16, 1e-15, 1e-14, 1e-13, 1e-12, 1e-11, 1e-10, 1e-9, 1e-8,
+    1e-7,  1e-6,  1e-5,  1e-4,  1e-3,  1e-2,  1e-1,  1e0,   1e1,   1e2,   1e3,   1e4,   1e5,   1e6,  1e7,
+    1e8,   1e9,   1e10,  1e11,  1e12,  1e13,  1e14,  1e15,  1e16,  1e17,  1e18,  1e19,  1e20,  1e21, 1e22};
+inline double rx_tens(int exponent) {
+    return rx_tens_table[exponent + 22];
+}
+
+/// Cuts a positive number to `digits` (1 to 15) significant digits: `whole` is the integer nearest to
+/// number * 10^shift, from 10^(digits-1) to 10^digits, and `shift` is -22 to 22. False when the number is not positive,
+/// out of range, or so near a tie that the scaling could have decided it.
+inline bool rx_cut_digits(double number, int digits, double &whole, int &shift) {
+    if (!(number >= 1e-22 && number < 1e22)) return false;
+    // The decimal exponent lies in the binary one, times log10(2), or is one more. A number that the table's nearest
+    // double to 10^-k puts on the wrong side of 10^-k is so close to it that it rounds to the same digits.
+    int binary = static_cast<int>(std::bit_cast<uint64_t>(number) >> 52) - 1023;
+    int exponent = (binary * 1233) >> 12;
+    exponent += number >= rx_tens(exponent + 1);
+    shift = digits - 1 - exponent;
+    if (shift > 22 || shift < -22) return false;
+    double scaled = shift >= 0 ? number * rx_tens(shift) : number / rx_tens(-shift);
+    // Adding 2^52 leaves no room for a fraction: the processor rounds to an integer.
+    constexpr double no_fraction = 4503599627370496.0;
+    whole = (scaled + no_fraction) - no_fraction;
+    double from_tie = std::fabs(std::fabs(scaled - whole) - 0.5);
+    return from_tie > scaled * 0x1p-52;
+}
+
+/// rx_number_text as if NUMERIC DIGITS were `digits` (1 to 15).
+std::string_view rx_number_text_at(double number, int decimals, int digits, rx_number_buffer &buffer);

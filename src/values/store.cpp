@@ -1,0 +1,454 @@
+#include "values/store.h"
+
+#include "base/modes.h"
+#include "platform/environment.h"
+#include "platform/strings.h"
+#include "values/level.h"
+#include "values/numbers.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// The resolved name of a compound, put together in a buffer on the stack; long ones move to the heap.
+struct name_builder {
+    char small[120];
+    std::string large;
+    size_t length = 0;
+
+    void add(std::string_view text) {
+        if (large.empty() && length + text.size() <= sizeof small) {
+            if (!text.empty()) std::memcpy(small + length, text.data(), text.size());
+        } else {
+            if (large.empty()) large.assign(small, length);
+            large += text;
+        }
+        length += text.size();
+    }
+    std::string_view view() const {
+        return large.empty() ? std::string_view(small, length) : std::string_view(large);
+    }
+};
+
+bool refreshes(const rx_symbol &symbol) {
+    return symbol.environment && rx_modes->env_mode == RX_SETENV;
+}
+
+/// `$NAME` and `$?NAME` take their value from the process environment at each read.
+void refresh_from_environment(std::string_view name) {
+    if (name[1] == '?') {
+        if (name.size() > 2) rx_set_resolved(name, rx_string(rx_getenv(name.substr(2)) ? "1" : "0"));
+    } else {
+        rx_set_resolved(name, rx_string(rx_getenv(name.substr(1)).value_or("")));
+    }
+}
+
+void export_to_environment(std::string_view name, const rx_value &value) {
+    if (rx_modes->env_mode != RX_SETENV || name.size() < 2 || name[0] != '$' || name[1] == '?') return;
+    rx_number_buffer buffer;
+    rx_setenv(name.substr(1), rx_arg_text(value, buffer));
+}
+
+/// The owner of a simple name as a read sees it, or null; `level` is where the search begins.
+rx_var *find_simple(rx_level *level, std::string_view name, uint64_t hash) {
+    while (level) {
+        rx_var *var = level->find(name, hash);
+        if (!var || var->state != RX_EXPOSED) return var;
+        level = level->older;
+    }
+    return nullptr;
+}
+
+rx_var *find_simple(const rx_symbol &symbol) {
+    if (symbol.serial == rx_scope->serial && symbol.var) return symbol.var;
+    rx_var *var = find_simple(rx_scope->level, symbol.name, symbol.hash);
+    if (var) {
+        symbol.serial = rx_scope->serial;
+        symbol.var = var;
+    }
+    return var;
+}
+
+/// The value of a tail as a simple symbol: lent, or null when it stands for itself.
+const rx_value *tail_value(const rx_tail &tail) {
+    if (tail.constant) return nullptr;
+    if (tail.serial == rx_scope->serial && tail.var && tail.var->state == RX_SET) return &tail.var->value;
+    if (tail.text.size() >= 2 && tail.text[0] == '$' && rx_modes->env_mode == RX_SETENV)
+        refresh_from_environment(tail.text);
+    rx_var *var = find_simple(rx_scope->level, tail.text, tail.hash);
+    if (!var || var->state != RX_SET) return nullptr;
+    tail.serial = rx_scope->serial;
+    tail.var = var;
+    return &var->value;
+}
+
+/// The tails of a compound with their values, joined by dots: what follows the stem's dot in the resolved name.
+void build_tails(const rx_symbol &symbol, name_builder &name) {
+    for (uint32_t i = 0; i < symbol.tail_count; i++) {
+        if (i) name.add(".");
+        rx_number_buffer buffer;
+        const rx_value *value = tail_value(symbol.tails[i]);
+        name.add(value ? rx_arg_text(*value, buffer) : symbol.tails[i].text);
+    }
+}
+
+/// The stem that owns the compounds of a name, followed through exposed keys, searched from a level. Null when the
+/// level that the search ends in (`level` on return) has no such stem.
+rx_stem *find_stem(rx_level *&level, std::string_view stem_name, uint64_t hash) {
+    for (;;) {
+        rx_stem *stem = level->find_stem(stem_name, hash);
+        if (!stem || !stem->key || stem->key->state != RX_EXPOSED || !level->older) return stem;
+        level = level->older;
+    }
+}
+
+rx_stem *owner_stem(const rx_symbol &symbol, rx_level *&level) {
+    if (symbol.serial == rx_scope->serial && symbol.stem_entry) {
+        level = symbol.stem_entry->level;
+        return symbol.stem_entry;
+    }
+    level = rx_scope->level;
+    rx_stem *stem = find_stem(level, symbol.stem, symbol.stem_hash);
+    if (stem) {
+        symbol.serial = rx_scope->serial;
+        symbol.stem_entry = stem;
+    }
+    return stem;
+}
+
+/// What the tails of a compound come to: a plain whole number, or a text.
+struct resolved_tails {
+    int64_t index = -1; ///< -1: the text counts
+    name_builder text;
+
+    std::string_view view() const { return text.view(); }
+};
+
+void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
+    if (symbol.tail_count == 1) {
+        const rx_value *value = tail_value(symbol.tails[0]);
+        if (value && value->is_number()) {
+            tails.index = rx_plain_index(*value);
+            if (tails.index >= 0) return;
+            rx_number_buffer buffer;
+            tails.text.add(rx_number_text(value->real, value->decimals, buffer));
+        } else {
+            tails.text.add(value ? value->text() : symbol.tails[0].text);
+        }
+        tails.index = rx_plain_index(tails.text.view());
+        return;
+    }
+    build_tails(symbol, tails.text);
+}
+
+rx_var *find_tail(rx_stem &stem, const resolved_tails &tails) {
+    return tails.index >= 0 ? stem.find(static_cast<uint32_t>(tails.index)) : stem.find(tails.view());
+}
+
+rx_var &enter_tail(rx_stem &stem, const resolved_tails &tails) {
+    return tails.index >= 0 ? stem.enter(static_cast<uint32_t>(tails.index)) : stem.enter(tails.view());
+}
+
+/// The entry of a compound that a read ends at (never exposed), and the stem of that level for its default.
+rx_var *find_compound(const rx_symbol &symbol, const resolved_tails &tails, rx_stem *&stem) {
+    rx_level *level;
+    stem = owner_stem(symbol, level);
+    while (stem) {
+        rx_var *var = find_tail(*stem, tails);
+        if (!var || var->state != RX_EXPOSED || !level->older) return var;
+        level = level->older;
+        stem = find_stem(level, symbol.stem, symbol.stem_hash);
+    }
+    return nullptr;
+}
+
+const rx_value *default_of(const rx_stem *stem) {
+    return stem && stem->key && stem->key->state == RX_SET ? &stem->key->value : nullptr;
+}
+
+/// The stem key that a read or an assignment of `A.` uses; null when there is none.
+rx_var *find_key(const rx_symbol &symbol) {
+    rx_level *level;
+    rx_stem *stem = owner_stem(symbol, level);
+    return stem ? stem->key : nullptr;
+}
+
+bool all_digits(std::string_view name) {
+    return std::all_of(name.begin(), name.end(), rx_is_digit);
+}
+
+/// The value of a symbol that isn't set: its name, after NOVALUE had its say.
+const rx_value &uninitialised(std::string_view name, rx_value &scratch, rx_read how) {
+    if (how == rx_read::normal && rx_novalue_hook && !all_digits(name)) rx_novalue_hook(name);
+    scratch = rx_string(name);
+    return scratch;
+}
+
+std::string compound_name(const rx_symbol &symbol, const resolved_tails &tails) {
+    std::string name(symbol.stem);
+    name += '.';
+    if (tails.index >= 0) name += std::to_string(tails.index);
+    else name += tails.view();
+    return name;
+}
+
+const rx_value &get_compound(const rx_symbol &symbol, rx_value &scratch, rx_read how) {
+    if (symbol.whole_stem) {
+        const rx_var *key = find_key(symbol);
+        return key && key->state == RX_SET ? key->value : uninitialised(symbol.name, scratch, how);
+    }
+    resolved_tails tails;
+    resolve_tails(symbol, tails);
+    if (refreshes(symbol)) refresh_from_environment(compound_name(symbol, tails));
+    rx_stem *stem;
+    const rx_var *var = find_compound(symbol, tails, stem);
+    if (var && var->state == RX_SET) return var->value;
+    if (const rx_value *value = default_of(stem)) return *value;
+    return uninitialised(compound_name(symbol, tails), scratch, how);
+}
+
+/// The entry for an assignment, found or made; the generation of one that was there is raised.
+rx_var &touched(rx_var &var, bool found) {
+    if (found) var.generation++;
+    return var;
+}
+
+rx_var &simple_entry(rx_level *level, std::string_view name, uint64_t hash) {
+    for (;;) {
+        rx_var *var = level->find(name, hash);
+        if (!var) return level->enter(name, hash);
+        if (var->state != RX_EXPOSED || !level->older) return touched(*var, true);
+        level = level->older;
+    }
+}
+
+rx_var &compound_entry(const rx_symbol &symbol) {
+    rx_level *level;
+    rx_stem *stem = owner_stem(symbol, level);
+    if (!stem) {
+        stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
+        symbol.serial = rx_scope->serial;
+        symbol.stem_entry = stem;
+    }
+    if (symbol.whole_stem) {
+        bool found = stem->key != nullptr;
+        return touched(stem->enter_key(), found);
+    }
+    resolved_tails tails;
+    resolve_tails(symbol, tails);
+    for (;;) {
+        rx_var *var = find_tail(*stem, tails);
+        if (!var) return enter_tail(*stem, tails);
+        if (var->state != RX_EXPOSED || !level->older) return touched(*var, true);
+        level = level->older;
+        stem = find_stem(level, symbol.stem, symbol.stem_hash);
+        if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
+    }
+}
+
+void drop_entry(rx_var &var) {
+    if (var.state == RX_SET) rx_var_writable(var) = rx_value();
+    var.state = RX_DROPPED;
+}
+
+/// A name made at run time, as a symbol whose only tail is the resolved rest of it.
+struct resolved_symbol {
+    rx_tail tail;
+    rx_symbol symbol;
+
+    explicit resolved_symbol(std::string_view name) {
+        symbol.name = name;
+        symbol.bad_name = name.empty() || name[0] == '.' || rx_is_digit(name[0]);
+        symbol.environment = name.size() >= 2 && name[0] == '$';
+        size_t dot = name.find('.');
+        bool key = !name.empty() && name.back() == '+';
+        if (dot == std::string_view::npos && !key) {
+            symbol.hash = rx_lookup_hash(name);
+            return;
+        }
+        symbol.stem = name.substr(0, key ? name.size() - 1 : dot);
+        symbol.stem_hash = rx_lookup_hash(symbol.stem);
+        symbol.whole_stem = key || dot + 1 == name.size();
+        tail.text = key ? std::string_view() : name.substr(dot + 1);
+        tail.constant = true;
+        symbol.tails = &tail;
+        symbol.tail_count = 1;
+    }
+};
+
+/// A name as a program would write it, folded by the case mode and parsed.
+struct written_symbol {
+    rx_arena arena;
+    const rx_symbol *symbol;
+
+    explicit written_symbol(std::string_view name) : symbol(rx_parse_tails(arena, arena.copy(rx_folded(name)))) {}
+};
+
+} // namespace
+
+const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read how) {
+    if (!symbol.name.empty() && symbol.name[0] == '.') rx_raise(31);
+    if (symbol.compound()) return get_compound(symbol, scratch, how);
+    if (refreshes(symbol)) refresh_from_environment(symbol.name);
+    const rx_var *var = find_simple(symbol);
+    return var && var->state == RX_SET ? var->value : uninitialised(symbol.name, scratch, how);
+}
+
+const rx_value *rx_var_peek(const rx_symbol &symbol) {
+    if (refreshes(symbol)) return nullptr;
+    if (!symbol.compound()) {
+        const rx_var *var = find_simple(symbol);
+        return var && var->state == RX_SET ? &var->value : nullptr;
+    }
+    if (symbol.whole_stem) {
+        const rx_var *key = find_key(symbol);
+        return key && key->state == RX_SET ? &key->value : nullptr;
+    }
+    resolved_tails tails;
+    resolve_tails(symbol, tails);
+    rx_stem *stem;
+    const rx_var *var = find_compound(symbol, tails, stem);
+    return var && var->state == RX_SET ? &var->value : default_of(stem);
+}
+
+rx_var *rx_var_find(const rx_symbol &symbol) {
+    if (!symbol.compound()) return find_simple(symbol);
+    if (symbol.whole_stem) return find_key(symbol);
+    resolved_tails tails;
+    resolve_tails(symbol, tails);
+    rx_stem *stem;
+    return find_compound(symbol, tails, stem);
+}
+
+rx_var &rx_var_entry(const rx_symbol &symbol) {
+    if (symbol.compound()) return compound_entry(symbol);
+    if (symbol.serial == rx_scope->serial && symbol.var) return touched(*symbol.var, true);
+    rx_var &var = simple_entry(rx_scope->level, symbol.name, symbol.hash);
+    symbol.serial = rx_scope->serial;
+    symbol.var = &var;
+    return var;
+}
+
+void rx_var_assign(const rx_symbol &symbol, rx_value &&value) {
+    // The drop that goes with a stem's assignment works in the level in force, even when the stem is exposed.
+    if (symbol.whole_stem) {
+        if (rx_stem *stem = rx_scope->level->find_stem(symbol.stem, symbol.stem_hash)) stem->drop_all();
+    }
+    rx_var &var = rx_var_entry(symbol);
+    rx_var_store(var, std::move(value));
+    if (symbol.environment) export_to_environment(rx_resolve_name(symbol), var.value);
+}
+
+std::string rx_resolve_name(const rx_symbol &symbol) {
+    if (!symbol.compound()) return std::string(symbol.name);
+    if (symbol.whole_stem) return std::string(symbol.stem) + "+";
+    resolved_tails tails;
+    resolve_tails(symbol, tails);
+    return compound_name(symbol, tails);
+}
+
+const rx_value *rx_var_peek_name(std::string_view resolved) {
+    return rx_var_peek(resolved_symbol(resolved).symbol);
+}
+
+void rx_set_resolved(std::string_view name, rx_value &&value) {
+    resolved_symbol made(name);
+    if (made.symbol.bad_name) rx_raise(31);
+    rx_var_assign(made.symbol, std::move(value));
+}
+
+void rx_set_var(std::string_view name, std::string_view text, bool quoted) {
+    rx_value value = rx_string(text);
+    if (!quoted) rx_is_number(value);
+    written_symbol made(name);
+    if (made.symbol->bad_name) rx_raise(31);
+    rx_var_assign(*made.symbol, std::move(value));
+}
+
+void rx_set_var_number(std::string_view name, double number) {
+    written_symbol made(name);
+    if (made.symbol->bad_name) rx_raise(31);
+    rx_var_assign(*made.symbol, rx_number(number));
+}
+
+void rx_set_var_indexed(std::string_view name, int index, std::string_view text) {
+    rx_set_var(std::string(name) + rx_int_text(index), text);
+}
+
+void rx_set_var_stem(std::string_view name, int index, std::string_view text) {
+    rx_set_var(std::string(name) + "." + rx_int_text(index), text);
+}
+
+const rx_value *rx_get_var(std::string_view name) {
+    return rx_var_peek(*written_symbol(name).symbol);
+}
+
+void rx_drop(const rx_symbol &symbol) {
+    if (symbol.whole_stem) {
+        rx_level *level = rx_scope->level;
+        if (rx_stem *stem = find_stem(level, symbol.stem, symbol.stem_hash)) stem->drop_all();
+        return;
+    }
+    if (rx_var *var = rx_var_find(symbol)) drop_entry(*var);
+}
+
+void rx_expose(const rx_symbol &symbol) {
+    rx_level *level = rx_scope->level;
+    rx_var *var;
+    if (!symbol.compound()) {
+        var = level->find(symbol.name, symbol.hash);
+        if (var) var->generation++;
+        else var = &level->enter(symbol.name, symbol.hash);
+    } else {
+        rx_stem *stem = level->find_stem(symbol.stem, symbol.stem_hash);
+        if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
+        resolved_tails tails;
+        if (!symbol.whole_stem) resolve_tails(symbol, tails);
+        var = symbol.whole_stem ? stem->key : find_tail(*stem, tails);
+        if (var) var->generation++;
+        else var = symbol.whole_stem ? &stem->enter_key() : &enter_tail(*stem, tails);
+    }
+    drop_entry(*var);
+    var->state = RX_EXPOSED;
+    rx_new_serial();
+}
+
+std::vector<rx_symbol *> rx_var_list(const rx_symbol &list, rx_arena &arena) {
+    rx_value scratch;
+    rx_number_buffer buffer;
+    std::string text(rx_arg_text(rx_var_get(list, scratch), buffer));
+    std::vector<rx_symbol *> symbols;
+    for (std::string_view word : rx_split_words(text)) {
+        if (!rx_is_variable_name(word))
+            rx_raise(46, "vandra: string \"" + std::string(word) + "\" is not a valid REXX variable.");
+        symbols.push_back(rx_parse_tails(arena, arena.copy(rx_uppered(word))));
+    }
+    return symbols;
+}
+
+// ---- pins ------------------------------------------------------------------------------------------------------------
+
+namespace {
+/// The pins in force, newest first; process-wide, since nested runs end before the pins around them.
+constinit rx_pin *all_pins = nullptr;
+} // namespace
+
+rx_pin::rx_pin(rx_var &var) : var_(&var), outer_(all_pins) {
+    all_pins = this;
+    var.pins++;
+}
+
+rx_pin::~rx_pin() {
+    all_pins = outer_;
+    if (var_) var_->pins--;
+}
+
+void rx_save_pinned(rx_var &var) {
+    for (rx_pin *pin = all_pins; pin; pin = pin->outer_) {
+        if (pin->var_ != &var) continue;
+        pin->saved_ = rx_copy_value(var.value);
+        pin->var_ = nullptr;
+    }
+    var.pins = 0;
+}

@@ -1,0 +1,163 @@
+// The variable store.
+//
+// A level is one scope; PROCEDURE pushes one, its routine's return frees it. What a script can observe is a flat table
+// of entries keyed by their full resolved names, a stem's default being the entry named "A+". What runs is two small
+// open-addressing tables a level: one for simple names, and one for stems, each of which has the entries of its own
+// compounds in a table and, for tails that are whole numbers written plainly (A.1, A.2, ...), in an array as well, so
+// that a loop over a stem neither hashes nor spells its numbers. Entries never move and live as long as their level:
+// symbols cache them together with the serial number of the scope, which changes with every push, pop and EXPOSE.
+//
+// An exposed entry (or stem key) only says "look in the next older level". Listings sort by the slot that the name has
+// under `rx_hash_name`, then by order of entry.
+//
+// Whoever changes the value of an entry goes through `rx_var_writable`. A value that is lent out for longer than one
+// step (the left end of `s = s || f(x)`) is pinned; a writer then saves the old value to the pin first.
+#pragma once
+
+#include "base/raise.h"
+#include "base/run_local.h"
+#include "values/symbol.h"
+#include "values/value.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum rx_var_state : uint8_t { RX_DROPPED = 0, RX_SET = 1, RX_EXPOSED = 2 };
+
+struct rx_var {
+    rx_value value;           ///< meaningful in state RX_SET
+    const char *name;         ///< full resolved name, NUL-terminated; null for an array element
+    rx_var *next = nullptr;   ///< entries of one level or stem, in order of entry
+    uint32_t generation = 0;  ///< assignments to the entry after the first
+    uint32_t order;           ///< order of entry in its level
+    uint32_t name_length;     ///< of an array element: the number that is its tail
+    rx_var_state state = RX_DROPPED;
+    uint8_t pins = 0;         ///< how many rx_pin hold the value, usually none
+};
+
+struct rx_level;
+
+/// The scope in force. `serial` is unique for every change of what names mean.
+struct rx_scope_record {
+    rx_level *level = nullptr;
+    uint64_t serial = 0;
+};
+inline rx_run_local<rx_scope_record> rx_scope;
+
+/// Pushes an empty level; the older one is reached through exposed entries.
+void rx_push_level();
+/// Frees the newest level and everything in it.
+void rx_pop_level();
+/// True for the level that rx_push_level made first in this run.
+bool rx_at_outermost_level();
+
+/// How the uninitialised path of a read behaves.
+enum class rx_read { normal, quiet };
+
+/// What the read of an unset symbol calls in rx_read::normal; the engine raises NOVALUE there.
+inline void (*rx_novalue_hook)(std::string_view name) = nullptr;
+
+/// Reads a symbol. The result is lent: the variable's own record, valid until the next write, or `scratch`, which
+/// receives the value of a symbol that has none (its name). Error 31 for a symbol that begins with ".".
+const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read how = rx_read::normal);
+
+/// The value of a simple symbol or compound that is set and can be had without side effects, else null. Never raises.
+const rx_value *rx_var_peek(const rx_symbol &symbol);
+
+/// The value of a simple symbol that was found before and is still set; null says nothing.
+inline const rx_value *rx_var_cached(const rx_symbol &symbol) {
+    return symbol.serial == rx_scope.value.serial && symbol.var && symbol.var->state == RX_SET ? &symbol.var->value
+                                                                                              : nullptr;
+}
+
+/// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.
+void rx_var_assign(const rx_symbol &symbol, rx_value &&value);
+
+/// The entry that an assignment to the symbol goes to. One that was there has its generation raised, a missing one is
+/// made (state RX_DROPPED).
+rx_var &rx_var_entry(const rx_symbol &symbol);
+
+/// The existing entry that a read of the symbol would use, or null; never a stem's default.
+rx_var *rx_var_find(const rx_symbol &symbol);
+
+/// Moves the value of a pinned variable to its pins.
+void rx_save_pinned(rx_var &var);
+
+/// The record of a set entry, for changing it. Saves the old value for whoever pinned it.
+inline rx_value &rx_var_writable(rx_var &var) {
+    if (var.pins) [[unlikely]] rx_save_pinned(var);
+    return var.value;
+}
+
+/// Stores into an entry that an assignment has found or made. A new one has state RX_DROPPED and order of entry only;
+/// `rx_var_entry` raised the generation of one that was there.
+inline void rx_var_store(rx_var &var, rx_value &&value) {
+    rx_var_writable(var) = std::move(value);
+    var.state = RX_SET;
+}
+
+/// The name of a compound with its tails replaced; the name itself for a simple symbol.
+std::string rx_resolve_name(const rx_symbol &symbol);
+
+// -- by name: names are already folded and, where told, resolved -----------------------------------------------------
+
+/// Reads a resolved name ("A.7", "X", "A+"); null when it has no value (a stem's default counts).
+const rx_value *rx_var_peek_name(std::string_view resolved);
+
+/// Sets the variable of a name, which is taken as resolved. Error 31 when it begins with a digit or a dot.
+void rx_set_resolved(std::string_view name, rx_value &&value);
+
+/// Sets a variable by the name that a program would write: folded by the case mode, its tails parsed and resolved.
+/// With `quoted` false a text that is a number is stored as one.
+void rx_set_var(std::string_view name, std::string_view text, bool quoted = true);
+void rx_set_var_number(std::string_view name, double number);
+/// The same with "%d" or ".%d" appended to the name.
+void rx_set_var_indexed(std::string_view name, int index, std::string_view text);
+void rx_set_var_stem(std::string_view name, int index, std::string_view text);
+
+/// Reads a variable by the name that a program would write (folded, tails resolved), without NOVALUE; null if unset.
+const rx_value *rx_get_var(std::string_view name);
+
+// -- DROP, EXPOSE, lists ----------------------------------------------------------------------------------------------
+
+/// DROP of one name.
+void rx_drop(const rx_symbol &symbol);
+
+/// PROCEDURE EXPOSE of one name; `symbol` is resolved in the newest level.
+void rx_expose(const rx_symbol &symbol);
+
+/// The symbols that the value of a list variable names, in the arena. Error 46 for a word that is no variable name.
+std::vector<rx_symbol *> rx_var_list(const rx_symbol &list, rx_arena &arena);
+
+/// The tails of a stem that are set, joined by blanks, in the order of the defined hash. `prefix` is "A.".
+std::string rx_list_tails(std::string_view prefix);
+
+/// The listing of a level's entries (the newest is level 0), as the debugger shows it.
+std::string rx_show_vars(unsigned level);
+
+/// The hash that fixes the order of listings: h starts as the first byte, then takes in every byte and the NUL.
+unsigned rx_hash_name(std::string_view name, unsigned mask);
+
+// -- lending for longer ------------------------------------------------------------------------------------------------
+
+/// Keeps the value that a variable has now readable while other code runs. While it lives, a writer of the variable
+/// moves the old value here first.
+struct rx_pin {
+    explicit rx_pin(rx_var &var);
+    ~rx_pin();
+    rx_pin(const rx_pin &) = delete;
+    rx_pin &operator=(const rx_pin &) = delete;
+
+    /// The value as it was when the pin was made.
+    const rx_value &value() const { return saved_.is_none() ? var_->value : saved_; }
+    /// True while the variable still holds that value itself.
+    bool untouched() const { return saved_.is_none(); }
+
+  private:
+    friend void rx_save_pinned(rx_var &var);
+    rx_var *var_;
+    rx_pin *outer_;
+    rx_value saved_;
+};

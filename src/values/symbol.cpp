@@ -1,0 +1,54 @@
+#include "values/symbol.h"
+
+#include "platform/strings.h"
+
+#include <algorithm>
+#include <cstring>
+
+uint64_t rx_lookup_hash(std::string_view name) {
+    // Eight bytes at a time, each folded in by a multiplication and a shift that brings the high bits down.
+    constexpr uint64_t factor = 0x9E3779B97F4A7C15u;
+    uint64_t hash = name.size() * factor;
+    const char *at = name.data();
+    size_t left = name.size();
+    for (; left >= 8; left -= 8, at += 8) {
+        uint64_t chunk;
+        std::memcpy(&chunk, at, 8);
+        hash = (hash ^ chunk) * factor;
+        hash ^= hash >> 32;
+    }
+    uint64_t rest = 0;
+    for (size_t i = 0; i < left; i++) rest = rest << 8 | static_cast<unsigned char>(at[i]);
+    hash = (hash ^ rest) * factor;
+    return hash ^ hash >> 32;
+}
+
+rx_symbol *rx_parse_tails(rx_arena &arena, std::string_view name) {
+    rx_symbol *symbol = arena.make<rx_symbol>();
+    symbol->name = name;
+    symbol->hash = rx_lookup_hash(name);
+    symbol->environment = name.size() >= 2 && name[0] == '$';
+    symbol->bad_name = !name.empty() && (name[0] == '.' || rx_is_digit(name[0]));
+    size_t dot = name.find('.');
+    if (dot == std::string_view::npos) return symbol;
+
+    symbol->stem = name.substr(0, dot);
+    symbol->stem_hash = rx_lookup_hash(symbol->stem);
+    symbol->tail_count = static_cast<uint32_t>(std::count(name.begin(), name.end(), '.'));
+    symbol->tails = arena.make_array<rx_tail>(symbol->tail_count);
+    symbol->whole_stem = symbol->tail_count == 1 && dot + 1 == name.size();
+    for (uint32_t i = 0; i < symbol->tail_count; i++) {
+        size_t end = std::min(name.find('.', dot + 1), name.size());
+        rx_tail &tail = symbol->tails[i];
+        tail.text = name.substr(dot + 1, end - dot - 1);
+        tail.hash = rx_lookup_hash(tail.text);
+        tail.constant = tail.text.empty() || rx_is_digit(tail.text[0]);
+        dot = end;
+    }
+    return symbol;
+}
+
+bool rx_is_variable_name(std::string_view text) {
+    return !text.empty() && text[0] != '.' && !rx_is_digit(text[0]) &&
+           std::all_of(text.begin(), text.end(), rx_is_symbol_char);
+}

@@ -1,0 +1,75 @@
+#include "values/value.h"
+
+#include "base/raise.h"
+
+#include <algorithm>
+
+namespace {
+
+/// Points the string to a fresh buffer of that capacity; the old text isn't released.
+void give_buffer(rx_value &string, size_t capacity) {
+    string.heap.data = static_cast<char *>(::operator new(capacity + 1));
+    string.heap.capacity = capacity;
+    string.storage = RX_HEAP;
+}
+
+void check_length(size_t length) {
+    if (length > rx_longest_text) rx_raise(5);
+}
+
+} // namespace
+
+rx_value rx_string_of(size_t length) {
+    check_length(length);
+    rx_value value;
+    value.kind = RX_STRING;
+    if (length > rx_value::inline_capacity) give_buffer(value, length);
+    value.length = static_cast<uint32_t>(length);
+    rx_bytes(value)[length] = '\0';
+    return value;
+}
+
+rx_value rx_string(std::string_view text) {
+    rx_value value = rx_string_of(text.size());
+    if (!text.empty()) std::memcpy(rx_bytes(value), text.data(), text.size());
+    return value;
+}
+
+rx_value rx_borrowed(std::string_view text) {
+    if (text.size() <= rx_value::inline_capacity) return rx_string(text);
+    rx_value value;
+    value.kind = RX_STRING;
+    value.storage = RX_BORROWED;
+    value.length = static_cast<uint32_t>(text.size());
+    value.heap.data = const_cast<char *>(text.data());
+    value.heap.capacity = text.size();
+    return value;
+}
+
+void rx_reserve(rx_value &string, size_t capacity) {
+    check_length(capacity);
+    size_t have = string.storage == RX_INLINE ? rx_value::inline_capacity : string.heap.capacity;
+    if (capacity <= have && string.storage != RX_BORROWED) return;
+    rx_value larger;
+    larger.kind = RX_STRING;
+    larger.length = string.length;
+    give_buffer(larger, std::max(capacity, static_cast<size_t>(string.length)));
+    std::memcpy(larger.heap.data, string.data(), string.length + size_t{1});
+    string = std::move(larger);
+}
+
+void rx_resize(rx_value &string, size_t length) {
+    size_t have = string.storage == RX_INLINE ? rx_value::inline_capacity : string.heap.capacity;
+    if (length > have || string.storage == RX_BORROWED) {
+        check_length(length);
+        rx_reserve(string, std::min(rx_longest_text, std::max(length, have + have / 2)));
+    }
+    string.length = static_cast<uint32_t>(length);
+    rx_bytes(string)[length] = '\0';
+}
+
+void rx_append(rx_value &string, std::string_view text) {
+    size_t before = string.length;
+    rx_resize(string, before + text.size());
+    if (!text.empty()) std::memcpy(rx_bytes(string) + before, text.data(), text.size());
+}
