@@ -82,12 +82,15 @@ bool bu_args::lend_arguments(unsigned names) {
     return true;
 }
 
-const rx_var *bu_args::lender(size_t i) const {
+rx_var *bu_args::lender(size_t i) const {
     const rx_value &value = values[i];
     if (value.kind != RX_STRING || value.storage != RX_BORROWED) return nullptr;
     const rx_expr *node = list;
     while (i--) node = node->next;
-    return node->type == SYMBOL ? rx_var_find(*node->symbol) : nullptr;
+    if (node->type != SYMBOL) return nullptr;
+    rx_var *var = rx_var_find(*node->symbol);
+    bool its_own = var && var->state == RX_SET && var->value.is_string() && var->value.data() == value.data();
+    return its_own ? var : nullptr; // else the text of a stem's default
 }
 
 void bu_args::expect(size_t least, size_t most, size_t mandatory, const char *complaint) {

@@ -90,7 +90,7 @@ struct bu_args {
     std::string_view symbol(size_t i);
 
     /// The variable that an argument's text still belongs to, or null when the text is the argument's own.
-    const rx_var *lender(size_t i) const;
+    rx_var *lender(size_t i) const;
 
     /// Ends the handler with an error at an argument.
     [[noreturn]] void fail(size_t i, std::string_view complaint, int error = 40) const;

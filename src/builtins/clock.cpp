@@ -32,7 +32,7 @@ __attribute__((format(printf, 1, 2))) rx_value formatted(const char *format, ...
     return rx_string(std::string_view(text, static_cast<size_t>(length)));
 }
 
-// ---- the clause clock ------------------------------------------------------------------------------------------------
+// ---- the clause clock -----------------------------------------------------------------------------------------------
 
 /// The time of the clause in hand; process-wide, like the count of clauses.
 struct clause_clock {
@@ -51,7 +51,7 @@ const clause_clock &clause_time() {
     return clock;
 }
 
-// ---- days ------------------------------------------------------------------------------------------------------------
+// ---- days -----------------------------------------------------------------------------------------------------------
 
 constexpr double days_per_month = 30.6001;
 constexpr double days_per_year = 365.25;
@@ -65,7 +65,8 @@ struct calendar_date {
 struct shifted_date {
     double month, year;
     explicit shifted_date(const calendar_date &date)
-        : month(date.month <= 2 ? date.month + 13 : date.month + 1), year(date.month <= 2 ? date.year - 1.0 : date.year) {}
+        : month(date.month <= 2 ? date.month + 13 : date.month + 1),
+          year(date.month <= 2 ? date.year - 1.0 : date.year) {}
 };
 
 double rx_day_number(const calendar_date &date) {
@@ -97,7 +98,7 @@ int day_of_year(const calendar_date &date) {
     return static_cast<int>(rx_day_number(date) + 1 - rx_day_number({1, 1, date.year}));
 }
 
-// ---- numbers in texts ------------------------------------------------------------------------------------------------
+// ---- numbers in texts -----------------------------------------------------------------------------------------------
 
 /// Reads an integer at the start of a text, behind white space, and moves the text behind it. One that is too large
 /// comes out as the largest or smallest there is.
@@ -150,7 +151,7 @@ bool read_date_and_time(std::string_view text, rx_local_time &time) {
 
 } // namespace
 
-// ---- DATE ------------------------------------------------------------------------------------------------------------
+// ---- DATE -----------------------------------------------------------------------------------------------------------
 
 /// date([option], [date])
 /// The date of the clause, or a date given as day/month/year, in one of these forms: B days since the beginning of the
@@ -196,7 +197,7 @@ rx_value bu_date(const rx_expr *list) {
     args.fail(0, "argument 1 must start with B|C|D|E|J|L|M|O|S|U|W.");
 }
 
-// ---- TIME ------------------------------------------------------------------------------------------------------------
+// ---- TIME -----------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -244,12 +245,10 @@ rx_value civil_time(const rx_local_time &time) {
 } // namespace
 
 /// time([option])
-/// The time of the clause: C as in "1:05pm", H the hour, L with microseconds, M minutes since midnight, N as in 13:05:09
-/// (the default), S seconds since midnight; or seconds of the routine's elapsed clock, which the first call starts: E,
-/// and R, which starts it anew.
-/// Result: number for E, H, M, R and S; string otherwise
-/// Errors: 40 for a wrong count or an unknown option
-/// Example: time('e') -> 0
+/// The time of the clause: C as in "1:05pm", H the hour, L with microseconds, M minutes since midnight, N as in
+/// 13:05:09 (the default), S seconds since midnight; or seconds of the routine's elapsed clock, which the first call
+/// starts: E, and R, which starts it anew. Result: number for E, H, M, R and S; string otherwise Errors: 40 for a wrong
+/// count or an unknown option Example: time('e') -> 0
 rx_value bu_time(const rx_expr *list) {
     bu_args args(list, "TIME", 0, 1, "must receive 1 argument.");
     const clause_clock &clock = clause_time();
@@ -267,7 +266,7 @@ rx_value bu_time(const rx_expr *list) {
     args.fail(0, "argument 1 must start with C|E|H|L|M|N|R|S, or be a whole number.");
 }
 
-// ---- STIME and UTIME -------------------------------------------------------------------------------------------------
+// ---- STIME and UTIME ------------------------------------------------------------------------------------------------
 
 /// stime(text)
 /// Sets the machine's local time, given as "dd/mm/yyyy hh:mm:ss". -1 when the system refuses.
@@ -295,11 +294,9 @@ int number_argument(bu_args &args, size_t i) {
 } // namespace
 
 /// utime(file, day, month, year, hour, minute, second)
-/// Sets a file's times of last change and last use to a local time; seconds are rounded down to even ones, years go from
-/// 1980 to 2107.
-/// Result: number
-/// Errors: 40 for a wrong count, a file that can't be opened or an invalid time; 41 for what is no number
-/// Example: f = `mktemp`; r = utime(f, 1, 1, 2024, 12, 0, 0); 'rm' f; r -> 0
+/// Sets a file's times of last change and last use to a local time; seconds are rounded down to even ones, years go
+/// from 1980 to 2107. Result: number Errors: 40 for a wrong count, a file that can't be opened or an invalid time; 41
+/// for what is no number Example: f = `'mktemp'`; r = utime(f, 1, 1, 2024, 12, 0, 0); 'rm' f; r -> 0
 rx_value bu_utime(const rx_expr *list) {
     bu_args args(list, "UTIME", 7, 7, "must receive 7 arguments.");
     std::string path = rx_expand_name(args.text(0));

@@ -1,7 +1,7 @@
 // FN, FT and FD: the parts of a path. A backslash counts as "/".
+#include "platform/paths.h"
 #include "builtins/arguments.h"
 #include "builtins/handlers.h"
-#include "platform/paths.h"
 
 #include <algorithm>
 

@@ -1,44 +1,17 @@
 // String functions that cut, pad and put together.
-#include "builtins/arguments.h"
 #include "builtins/handlers.h"
-#include "platform/strings.h"
+#include "builtins/pieces.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
-
-/// Writes the parts of a result one behind the other.
-struct writer {
-    char *at;
-
-    explicit writer(rx_value &result) : at(rx_bytes(result)) {}
-    void put(std::string_view text) {
-        if (!text.empty()) std::memcpy(at, text.data(), text.size());
-        at += text.size();
-    }
-    void fill(size_t count, char pad) {
-        std::memset(at, pad, count);
-        at += count;
-    }
-    /// The text in exactly `length` bytes: cut or padded at the right.
-    void put_in(std::string_view text, size_t length, char pad) {
-        put(text.substr(0, length));
-        if (length > text.size()) fill(length - text.size(), pad);
-    }
-};
-
-/// The rest of the text from a position (from 0); empty behind its end.
-std::string_view behind(std::string_view text, size_t position) {
-    return text.substr(std::min(position, text.size()));
-}
 
 /// A comma before every group of three bytes from the right.
 rx_value with_commas(std::string_view text) {
     if (text.empty()) return rx_string(text);
     size_t head = (text.size() - 1) % 3 + 1;
     rx_value result = bu_string(text.size() + (text.size() - 1) / 3);
-    writer out(result);
+    bu_writer out(result);
     out.put(text.substr(0, head));
     for (size_t at = head; at < text.size(); at += 3) {
         out.fill(1, ',');
@@ -63,7 +36,7 @@ rx_value bu_center(const rx_expr *list) {
     std::string_view text = args.text(0);
     if (length <= text.size()) return rx_string(text.substr((text.size() - length) / 2, length));
     rx_value result = bu_string(length);
-    writer out(result);
+    bu_writer out(result);
     size_t missing = length - text.size();
     out.fill(missing / 2, pad);
     out.put_in(text, length - missing / 2, pad);
@@ -92,7 +65,7 @@ rx_value bu_copies(const rx_expr *list) {
         args.whole(1, BU_CAPPED, 0, "argument 2 must be an integer", "argument 2 must be a positive integer"));
     std::string_view text = args.text(0);
     rx_value result = bu_string(text.size() * count);
-    writer out(result);
+    bu_writer out(result);
     if (text.size() == 1) {
         out.fill(count, text[0]);
     } else if (result.length) {
@@ -117,12 +90,8 @@ rx_value bu_delstr(const rx_expr *list) {
     bu_args args(list, "DELSTR", 2, 3, "must receive 2 or 3 arguments.");
     size_t from = args.position(1, BU_CAPPED | BU_INTEGER) - 1;
     size_t length = args.size(2, BU_CAPPED | BU_INTEGER, rx_longest_text);
-    std::string_view text = args.text(0), head = text.substr(0, from), tail = behind(text, from + length);
-    rx_value result = bu_string(head.size() + tail.size());
-    writer out(result);
-    out.put(head);
-    out.put(tail);
-    return result;
+    std::string_view text = args.text(0);
+    return bu_join(text.substr(0, from), bu_behind(text, from + length));
 }
 
 /// fwc(string)
@@ -147,9 +116,9 @@ rx_value bu_insert(const rx_expr *list) {
     std::string_view piece = args.text(0), target = args.text(1);
     size_t length = args.size(3, BU_ROUNDED, piece.size());
     char pad = args.pad(4);
-    std::string_view tail = behind(target, n);
+    std::string_view tail = bu_behind(target, n);
     rx_value result = bu_string(n + length + tail.size());
-    writer out(result);
+    bu_writer out(result);
     out.put_in(target, n, pad);
     out.put_in(piece, length, pad);
     out.put(tail);
@@ -166,24 +135,30 @@ rx_value bu_justify(const rx_expr *list) {
     bu_args args(list, "JUSTIFY", 2, 3, "must receive 2 or 3 arguments.");
     size_t length = args.size(1, BU_ROUNDED);
     char pad = args.pad(2);
-    std::vector<std::string_view> words = rx_split_words(args.text(0));
+    std::string_view text = args.text(0);
     rx_value result = bu_string(length);
+    // What is kept: words as long as a byte of the next one fits behind its blank.
     size_t kept = 0, used = 0, bytes = 0;
-    for (std::string_view &word : words) {
+    bu_each_word(text, [&](std::string_view word) {
         size_t from = used + (kept ? 1 : 0);
-        if (from >= length) break;
-        word = word.substr(0, length - from);
-        used = from + word.size();
-        bytes += word.size();
+        if (from >= length) return false;
+        size_t fitting = std::min(word.size(), length - from);
+        used = from + fitting;
+        bytes += fitting;
         kept++;
-    }
-    writer out(result);
-    size_t gaps = kept > 1 ? kept - 1 : 0;
-    for (size_t i = 0; i < kept; i++) {
-        out.put(words[i]);
-        if (i < gaps) out.fill((length - bytes) / gaps + (i < (length - bytes) % gaps ? 1 : 0), pad);
-    }
-    if (!gaps) out.fill(length - bytes, pad);
+        return true;
+    });
+    size_t gaps = kept > 1 ? kept - 1 : 0, room = length - bytes, i = 0;
+    bu_writer out(result);
+    bu_each_word(text, [&](std::string_view word) {
+        if (i == kept) return false;
+        out.put(word.substr(0, bytes));
+        bytes -= std::min(bytes, word.size());
+        if (i < gaps) out.fill(room / gaps + (i < room % gaps ? 1 : 0), pad);
+        i++;
+        return true;
+    });
+    if (!gaps) out.fill(room, pad);
     return result;
 }
 
@@ -197,7 +172,7 @@ rx_value bu_left(const rx_expr *list) {
     size_t length = args.size(1, BU_ROUNDED);
     char pad = args.pad(2);
     rx_value result = bu_string(length);
-    writer(result).put_in(args.text(0), length, pad);
+    bu_writer(result).put_in(args.text(0), length, pad);
     return result;
 }
 
@@ -224,10 +199,10 @@ rx_value bu_overlay(const rx_expr *list) {
     size_t length = args.size(3, BU_ROUNDED, piece.size());
     char pad = args.pad(4);
     rx_value result = bu_string(std::max(target.size(), from + length));
-    writer out(result);
+    bu_writer out(result);
     out.put_in(target, from, pad);
     out.put_in(piece, length, pad);
-    out.put(behind(target, from + length));
+    out.put(bu_behind(target, from + length));
     return result;
 }
 
@@ -255,7 +230,7 @@ rx_value bu_right(const rx_expr *list) {
     std::string_view text = args.text(0);
     if (text.size() >= length) return rx_string(text.substr(text.size() - length));
     rx_value result = bu_string(length);
-    writer out(result);
+    bu_writer out(result);
     out.fill(length - text.size(), pad);
     out.put(text);
     return result;
@@ -270,18 +245,21 @@ rx_value bu_space(const rx_expr *list) {
     bu_args args(list, "SPACE", 1, 3, "must receive 1 to 3 arguments.");
     size_t n = args.size(1, BU_ROUNDED, 1);
     char pad = args.pad(2);
-    std::vector<std::string_view> words = rx_split_words(args.text(0));
-    if (words.empty()) return rx_string({});
-    if (words.size() > 1 && n > bu_longest_result) rx_raise(5);
-    size_t length = n * (words.size() - 1);
-    for (std::string_view word : words) length += word.size();
-    rx_value result = bu_string(length);
-    writer out(result);
-    out.put(words[0]);
-    for (size_t i = 1; i < words.size(); i++) {
-        out.fill(n, pad);
-        out.put(words[i]);
-    }
+    std::string_view text = args.text(0);
+    size_t words = 0, bytes = 0;
+    bu_each_word(text, [&](std::string_view word) {
+        words++;
+        bytes += word.size();
+        return true;
+    });
+    if (words > 1 && n > bu_longest_result) rx_raise(5);
+    rx_value result = bu_string(bytes + (words > 1 ? n * (words - 1) : 0));
+    bu_writer out(result);
+    bu_each_word(text, [&](std::string_view word) {
+        out.put(word);
+        if (--words) out.fill(n, pad);
+        return true;
+    });
     return result;
 }
 
@@ -296,7 +274,7 @@ rx_value bu_strip(const rx_expr *list) {
     if (option != 'b' && option != 'l' && option != 't') args.fail(1, "argument 3 must be L|T|B.");
     char pad = args.pad(2);
     std::string_view text = args.text(0);
-    if (option != 't') text = behind(text, text.find_first_not_of(pad));
+    if (option != 't') text = bu_behind(text, text.find_first_not_of(pad));
     if (option != 'l') text = text.substr(0, text.find_last_not_of(pad) + 1);
     return rx_string(text);
 }
@@ -313,9 +291,9 @@ rx_value bu_substr(const rx_expr *list) {
     size_t length = args.size(2, BU_ROUNDED);
     if (length >= 2147483646) args.fail(2, "Overflow on argument 3.");
     char pad = args.pad(3);
-    std::string_view text = behind(args.text(0), from);
+    std::string_view text = bu_behind(args.text(0), from);
     if (!args.given(2)) return rx_string(text);
     rx_value result = bu_string(length);
-    writer(result).put_in(text, length, pad);
+    bu_writer(result).put_in(text, length, pad);
     return result;
 }

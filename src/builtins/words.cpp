@@ -3,67 +3,40 @@
 // Scripts like to walk through a text by WORD(text, i). For a long text the words found so far are kept, so that the
 // walk takes linear time: the next call goes on where the last one stopped. Whether the text is still the same is seen
 // by the variable that holds it, or else by comparing it with a copy.
-#include "builtins/arguments.h"
 #include "builtins/handlers.h"
-#include "platform/strings.h"
+#include "builtins/pieces.h"
+#include "builtins/text_search.h"
 
 #include <algorithm>
-#include <cstring>
+#include <vector>
 
 namespace {
 
 constexpr size_t none = std::string_view::npos;
 
-struct span {
-    size_t start = 0, length = 0;
-    size_t end() const { return start + length; }
-};
-
-/// The first word at `at` or behind; without one its start is the end of the text and its length 0.
-span word_from(std::string_view text, size_t at) {
-    size_t start = at;
-    while (start < text.size() && text[start] == ' ') start++;
-    if (start >= text.size()) return {text.size(), 0};
-    const void *blank = std::memchr(text.data() + start, ' ', text.size() - start);
-    size_t end = blank ? static_cast<size_t>(static_cast<const char *>(blank) - text.data()) : text.size();
-    return {start, end - start};
-}
-
 /// The words of the long text that was asked about last. Lives as long as the process.
 struct split_record {
     std::string text;
-    std::vector<span> words; ///< found so far
-    size_t next = 0;         ///< where the search goes on
-    const char *data = nullptr;
-    const rx_var *var = nullptr; ///< the variable that held the text, with its state then
-    uint32_t generation = 0;
-    uint64_t scope = 0;
+    std::vector<bu_span> words;  ///< found so far
+    size_t next = 0;             ///< where the search goes on
+    const rx_var *var = nullptr; ///< the variable that held the text; it still does while it is marked
 };
 split_record last_split;
 
 constexpr size_t shortest_kept = 256, longest_kept = size_t{1} << 26;
 
-bool same_text(std::string_view text, const rx_var *var) {
-    const split_record &last = last_split;
-    if (text.size() != last.text.size()) return false;
-    if (var && var == last.var && var->generation == last.generation && rx_scope->serial == last.scope &&
-        text.data() == last.data)
-        return true;
-    return std::memcmp(text.data(), last.text.data(), text.size()) == 0;
-}
-
-/// Makes `last_split` the record of this text, keeping what is known when it is still the same.
-void recall(std::string_view text, const rx_var *var) {
+/// Makes `last_split` the record of this text, keeping what is known when it is still the same. `var` is the variable
+/// that the text belongs to, or null.
+void recall(std::string_view text, rx_var *var) {
     split_record &last = last_split;
-    if (!same_text(text, var)) {
+    if (var && var == last.var && var->remembered) return;
+    if (text != last.text) {
         last.text.assign(text);
         last.words.clear();
         last.next = 0;
     }
-    last.data = text.data();
+    if (var) var->remembered = true;
     last.var = var;
-    last.generation = var ? var->generation : 0;
-    last.scope = rx_scope->serial;
 }
 
 /// The words of a text, found as far as they are asked for.
@@ -71,22 +44,22 @@ struct word_list {
     std::string_view text;
     bool kept;
 
-    word_list(std::string_view of, const rx_var *var)
+    word_list(std::string_view of, rx_var *var)
         : text(of), kept(of.size() >= shortest_kept && of.size() <= longest_kept) {
         if (kept) recall(of, var);
     }
     explicit word_list(bu_args &args, size_t i = 0) : word_list(args.text(i), args.lender(i)) {}
 
     /// Word number n, from 1; a word of length 0 at the end of the text when there are fewer.
-    span word(size_t n) const {
+    bu_span word(size_t n) const {
         if (!kept) {
-            span found = word_from(text, 0);
-            while (--n && found.length) found = word_from(text, found.end());
+            bu_span found = bu_word_from(text, 0);
+            while (--n && found.length) found = bu_word_from(text, found.end());
             return found;
         }
-        std::vector<span> &words = last_split.words;
+        std::vector<bu_span> &words = last_split.words;
         while (words.size() < n) {
-            span found = word_from(text, last_split.next);
+            bu_span found = bu_word_from(text, last_split.next);
             if (!found.length) return found;
             last_split.next = found.end();
             words.push_back(found);
@@ -100,16 +73,16 @@ struct word_list {
             return last_split.words.size();
         }
         size_t result = 0;
-        for (span each = word_from(text, 0); each.length; each = word_from(text, each.end())) result++;
+        for (bu_span each = bu_word_from(text, 0); each.length; each = bu_word_from(text, each.end())) result++;
         return result;
     }
 
     /// The last of `length` words from number n on that there is; `first` is word n.
-    span last_of(size_t n, span first, size_t length) const {
-        span last = first;
+    bu_span last_of(size_t n, bu_span first, size_t length) const {
+        bu_span last = first;
         for (size_t i = 1; i < length; i++) {
-            span following =
-                kept && n + i <= last_split.words.size() ? last_split.words[n + i - 1] : word_from(text, last.end());
+            bu_span following =
+                kept && n + i <= last_split.words.size() ? last_split.words[n + i - 1] : bu_word_from(text, last.end());
             if (!following.length) break;
             last = following;
         }
@@ -117,17 +90,30 @@ struct word_list {
     }
 };
 
+/// The words of a text from number `from` on, each with a blank before it, and a blank at the end.
+std::string blanks_around(std::string_view text, size_t from) {
+    std::string result;
+    result.reserve(text.size() + 2);
+    bu_each_word(text, [&](std::string_view word) {
+        if (from > 1)
+            from--;
+        else
+            result.append(1, ' ').append(word);
+        return true;
+    });
+    return result += ' ';
+}
+
 /// FIND and WORDPOS: the number of the word of `text` at which the words of `phrase` begin, or 0.
 size_t find_phrase(std::string_view phrase, std::string_view text, size_t start) {
-    std::vector<std::string_view> sought = rx_split_words(phrase), words = rx_split_words(text);
-    if (sought.empty() || start > words.size()) return 0;
-    auto from = words.begin() + static_cast<std::ptrdiff_t>(start - 1);
-    auto found = std::search(from, words.end(), sought.begin(), sought.end());
-    return found == words.end() ? 0 : static_cast<size_t>(found - words.begin()) + 1;
+    std::string sought = blanks_around(phrase, 1), words = blanks_around(text, start);
+    size_t found = sought.size() == 1 ? none : bu_search(words, sought, 0);
+    if (found == none) return 0;
+    return start + static_cast<size_t>(std::count(words.data(), words.data() + found, ' '));
 }
 
 /// WORD, WORDINDEX and WORDLENGTH: the word asked for.
-span word_argument(bu_args &args) {
+bu_span word_argument(bu_args &args) {
     size_t n = args.position(1, BU_ROUNDED);
     return word_list(args).word(n);
 }
@@ -145,12 +131,10 @@ rx_value bu_delword(const rx_expr *list) {
     size_t length = args.size(2, BU_CAPPED | BU_INTEGER, none);
     word_list words(args);
     std::string_view text = words.text;
-    span first = words.word(n);
+    bu_span first = words.word(n);
     if (!first.length || length == 0) return args.take_text(0);
-    size_t end = length == none ? text.size() : word_from(text, words.last_of(n, first, length).end()).start;
-    rx_value result = rx_string(text.substr(0, first.start));
-    bu_append(result, text.substr(end));
-    return result;
+    size_t end = length == none ? text.size() : bu_word_from(text, words.last_of(n, first, length).end()).start;
+    return bu_join(text.substr(0, first.start), text.substr(end));
 }
 
 /// find(phrase, target)
@@ -174,7 +158,7 @@ rx_value bu_subword(const rx_expr *list) {
     size_t length = args.size(2, BU_ROUNDED, none);
     word_list words(args);
     std::string_view text = words.text;
-    span first = words.word(n);
+    bu_span first = words.word(n);
     if (!first.length || length == 0) return rx_string({});
     size_t end = length == none ? text.find_last_not_of(' ') + 1 : words.last_of(n, first, length).end();
     return rx_string(text.substr(first.start, end - first.start));
@@ -187,7 +171,7 @@ rx_value bu_subword(const rx_expr *list) {
 /// Example: word('now is the time', 3) -> the
 rx_value bu_word(const rx_expr *list) {
     bu_args args(list, "WORD", 2, 2, "must receive 2 arguments.");
-    span word = word_argument(args);
+    bu_span word = word_argument(args);
     return rx_string(args.text(0).substr(word.start, word.length));
 }
 
@@ -198,7 +182,7 @@ rx_value bu_word(const rx_expr *list) {
 /// Example: wordindex('now is the time', 3) -> 8
 rx_value bu_wordindex(const rx_expr *list) {
     bu_args args(list, "WORDINDEX", 2, 2, "must receive 2 arguments.");
-    span word = word_argument(args);
+    bu_span word = word_argument(args);
     return bu_count(word.length ? word.start + 1 : 0);
 }
 

@@ -66,8 +66,10 @@ rx_value rx_read_terminal_line() {
     bool whole = rx_input_line(line);
     rx_value text = rx_string(line);
     if (line.capacity() > 1 << 20) line = std::string();
-    if (whole) rx_set_code(RX_RC, 0);
-    else rx_var_assign(rx_system_symbol(RX_RC), rx_string("EOF"));
+    if (whole)
+        rx_set_code(RX_RC, 0);
+    else
+        rx_var_assign(rx_system_symbol(RX_RC), rx_string("EOF"));
     return text;
 }
 

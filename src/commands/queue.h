@@ -2,8 +2,8 @@
 //
 // There is one queue in the process, the store behind PUSH, QUEUE and PULL, EXECIO and GLOBALV. MAKEBUF sets it aside
 // and starts an empty one; DROPBUF brings it back. What is set aside can't be seen: a PULL at an empty queue reads the
-// terminal, whatever lies in the buffers beneath. The queue belongs to no run; nested runs share it, and what is left in
-// it ends with the process.
+// terminal, whatever lies in the buffers beneath. The queue belongs to no run; nested runs share it, and what is left
+// in it ends with the process.
 #pragma once
 
 #include "values/value.h"

@@ -113,13 +113,13 @@ void settle_modes() {
     if (modes.load_mode == RX_LOAD_UNSET) modes.load_mode = RX_LOAD;
 }
 
-/// Reads, scans and parses the script into an empty program. 0, or the code with which the run ends.
-int load_program(rx_program &program, const std::string &script) {
+/// Reads, scans and parses the script into an empty program; `typed` is its name for messages about the file. 0, or the code with which the run ends.
+int load_program(rx_program &program, const std::string &script, const std::string &typed) {
     rx_read_failure failure;
     program.source = rx_read_file(script, failure);
     if (failure != rx_read_failure::none) {
         const char *what = failure == rx_read_failure::open ? "vandra: unable to open file " : "vandra: unable to read file ";
-        rx_print_error(what + script);
+        rx_print_error(what + typed);
         return code_not_readable;
     }
     program.rc_lines = rx_load_rc(program.source, *rx_home_directory);
@@ -183,7 +183,7 @@ int run_script(const run_request &request) {
         *rx_modes = program->modes;
     } else {
         program = std::make_unique<rx_program>();
-        if (int code = load_program(*program, script)) {
+        if (int code = load_program(*program, script, split.script)) {
             program.reset();
             return code;
         }

@@ -23,11 +23,11 @@ struct piece {
     rx_value value;
 };
 
-/// `s = s || ...` where S is a simple variable that holds a string: appends to S where it stands, so that building a
+/// `s = s || ...` (the value joins something) where S is a simple variable that holds a string: appends to S where it stands, so that building a
 /// text piece by piece takes time proportional to its length. False when the clause is something else.
-bool append_in_place(const rx_assign_clause &clause) {
+[[gnu::noinline]] bool append_in_place(const rx_assign_clause &clause) {
     const rx_symbol &target = *clause.target->symbol;
-    if (target.compound() || target.environment || !joins(clause.value)) return false;
+    if (target.compound() || target.environment) return false;
     std::array<piece, longest_chain> pieces;
     size_t count = 0;
     const rx_operand *left = nullptr;
@@ -91,7 +91,7 @@ size_t index_of(const rx_expr *node, int level, const char *which) {
 }
 
 /// Overwrites a part of the variable's text, repeating or cutting the value to fit.
-void assign_part(const rx_assign_clause &clause, rx_value &&value, int level) {
+[[gnu::noinline]] void assign_part(const rx_assign_clause &clause, rx_value &&value, int level) {
     const rx_symbol &target = *clause.target->symbol;
     size_t first = clause.from ? index_of(clause.from, level, "first") : 0;
     size_t last = clause.to ? index_of(clause.to, level, "second") : 0;
@@ -110,8 +110,8 @@ void assign_part(const rx_assign_clause &clause, rx_value &&value, int level) {
     rx_value &record = rx_var_writable(*var);
     if (!record.is_string()) record = rx_to_string(std::move(record));
     if (clause.to_open) {
-        last = record.length == 0 ? 0 : record.length - size_t{1};
-        if (last < first && first >= record.length) last = first;
+        if (first >= record.length) rx_raise(78, "The second index must be greater than the first.");
+        last = record.length - size_t{1};
     } else if (!clause.to) {
         last = first + text.size() - 1;
     }
@@ -151,7 +151,7 @@ void rx_assign(const rx_assign_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return;
     bool indexed = clause.from || clause.to;
-    if (shown.level == 0 && !indexed && clause.value && append_in_place(clause)) return;
+    if (shown.level == 0 && !indexed && clause.value && joins(clause.value) && append_in_place(clause)) return;
     if (shown.level) trace_target(clause, shown.level);
 
     rx_value value = right_side(clause.value, shown.level);

@@ -2,8 +2,9 @@
 #include "base/output.h"
 #include "engine/clauses.h"
 #include "engine/trace.h"
+#include "platform/stack.h"
 
-#include <deque>
+#include <memory>
 #include <set>
 
 const std::string *rx_intern(std::string_view name) {
@@ -14,16 +15,47 @@ const std::string *rx_intern(std::string_view name) {
 
 namespace {
 
-/// The evaluated arguments of one call; a few lie in the native frame.
-struct argument_area {
-    static constexpr size_t room = 4;
-    rx_arg few[room];
-    std::vector<rx_arg> more;
+/// Where the arguments of all active calls lie, one behind the other: a call takes as many as it has and gives them
+/// back when it ends. They never move, for the routine's records point to them. Process-wide, as calls nest.
+struct argument_stack {
+    static constexpr size_t block_size = 1024;
+    std::vector<std::unique_ptr<rx_arg[]>> blocks;
+    std::vector<std::unique_ptr<rx_arg[]>> large; ///< of calls with more arguments than a block holds
+    size_t block = 0;
+    size_t used = 0; ///< of the block in use
+};
+argument_stack all_arguments;
 
-    rx_arg *begin(size_t count) {
-        if (count <= room) return few;
-        more.resize(count);
-        return more.data();
+/// The arguments of one call, while it lasts.
+struct argument_area {
+    size_t count;
+    rx_arg *args = nullptr;
+    size_t block_before = all_arguments.block, used_before = all_arguments.used;
+
+    explicit argument_area(size_t wanted) : count(wanted) {
+        argument_stack &stack = all_arguments;
+        if (count == 0) return;
+        if (count > argument_stack::block_size) {
+            stack.large.push_back(std::make_unique<rx_arg[]>(count));
+            args = stack.large.back().get();
+            return;
+        }
+        if (stack.used + count > argument_stack::block_size) {
+            stack.block++;
+            stack.used = 0;
+        }
+        if (stack.block >= stack.blocks.size())
+            stack.blocks.push_back(std::make_unique<rx_arg[]>(argument_stack::block_size));
+        args = stack.blocks[stack.block].get() + stack.used;
+        stack.used += count;
+    }
+    argument_area(const argument_area &) = delete;
+    argument_area &operator=(const argument_area &) = delete;
+    ~argument_area() {
+        for (size_t i = 0; i < count; i++) args[i].text = rx_value();
+        if (count > argument_stack::block_size) all_arguments.large.pop_back();
+        all_arguments.block = block_before;
+        all_arguments.used = used_before;
     }
 };
 
@@ -47,14 +79,17 @@ struct call_frame {
     rx_settings_record settings = *rx_settings;
     rx_numeric_settings numeric = *rx_numeric;
     rx_args_record args = *rx_args;
-    std::string condition_text = *rx_condition_text;
+    std::string condition_text;
     std::string_view interpreted_text = *rx_interpreted_text;
     unsigned interpret_depth = rx_walk->interpret_depth;
     unsigned call_depth = rx_walk->call_depth;
     int nesting = rx_walk->nesting;
     int call_level = *rx_call_level;
+    char *stack_limit = rx_stack_limit;
 
-    call_frame() = default;
+    call_frame() {
+        if (!rx_condition_text->empty()) condition_text = *rx_condition_text;
+    }
     call_frame(const call_frame &) = delete;
     call_frame &operator=(const call_frame &) = delete;
     ~call_frame() {
@@ -64,27 +99,26 @@ struct call_frame {
         rx_settings->trace |= debugger;
         *rx_numeric = numeric;
         *rx_args = args;
-        *rx_condition_text = std::move(condition_text);
+        if (!condition_text.empty() || !rx_condition_text->empty()) *rx_condition_text = std::move(condition_text);
         *rx_interpreted_text = interpreted_text;
         rx_walk->interpret_depth = interpret_depth;
         rx_walk->call_depth = call_depth;
         rx_walk->nesting = nesting;
         *rx_call_level = call_level;
+        rx_stack_limit = stack_limit;
     }
 };
 
 rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
     rx_check_stack();
-    argument_area area;
-    size_t count = count_arguments(list);
-    rx_arg *args = area.begin(count);
-    if (count) evaluate_arguments(list, args, level);
+    argument_area area(count_arguments(list));
+    if (area.count) evaluate_arguments(list, area.args, level);
 
     rx_flow flow;
     {
         call_frame frame;
         rx_settings->procedure = false;
-        *rx_args = {args, count};
+        *rx_args = {area.args, area.count};
         *rx_interpreted_text = {};
         rx_walk->result = rx_value();
         rx_walk->interpret_depth = 0;

@@ -4,6 +4,7 @@
 #include "engine/trace.h"
 #include "front/report.h"
 #include "platform/signals.h"
+#include "platform/stack.h"
 
 namespace {
 
@@ -63,6 +64,7 @@ void syntax_trap(int number, const std::string *extra) {
     rx_raised_in_interpret = rx_walk->interpret_depth != 0 || rx_walk->interactive != 0;
     if (state_of(RX_SYNTAX) == RX_TRAP_OFF) return;
     state_of(RX_SYNTAX) = RX_TRAP_OFF;
+    if (number == 5) rx_open_stack_reserve();
     rx_settings->condition = RX_SYNTAX;
     rx_set_sigl(rx_error.line);
     rx_set_code(RX_RC, number);
@@ -168,10 +170,12 @@ void rx_halt_poll() {
     }
     rx_halt_pending = 0;
     if (armed(RX_HALT)) {
-        unsigned sigl = rx_error.line;
-        rx_error.line = rx_walk->command_line;
-        rx_error.column = rx_walk->command_column;
         static const std::string none;
+        unsigned sigl = rx_error.line;
+        if (state_of(RX_HALT) == RX_TRAP_SIGNAL) {
+            rx_error.line = rx_walk->command_line;
+            rx_error.column = rx_walk->command_column;
+        }
         rx_trap(RX_HALT, &none, sigl);
         return;
     }

@@ -33,9 +33,13 @@ void trace_symbol(const rx_expr *node, const rx_value &value, int level) {
 }
 
 const rx_value &read_symbol(const rx_expr *node, int level, rx_value &scratch) {
-    if (const rx_value *value = rx_var_cached(*node->symbol); value && !node->symbol->environment && !rx_intermediates(level))
-        return *value;
-    const rx_value &value = rx_var_get(*node->symbol, scratch);
+    const rx_symbol &symbol = *node->symbol;
+    const rx_value *ready = symbol.environment ? nullptr : rx_var_cached(symbol);
+    if (!ready) ready = rx_var_peek(symbol);
+    if (ready && !rx_intermediates(level)) return *ready;
+    // A symbol that turns out to be unset is reported where it stands.
+    if (!ready) set_position(node);
+    const rx_value &value = rx_var_get(symbol, scratch);
     if (rx_intermediates(level)) trace_symbol(node, value, level);
     return value;
 }
@@ -172,23 +176,10 @@ rx_value function(const rx_expr *node, const rx_op &op, int level) {
     return result;
 }
 
-} // namespace
-
-rx_value do_exec(const rx_expr *node, int level) {
-    set_position(node);
-    if (node->type == SYMBOL) {
-        rx_value scratch;
-        const rx_value &value = read_symbol(node, level, scratch);
-        return &value == &scratch ? std::move(scratch) : rx_copy_value(value);
-    }
-    if (node->type == STRING) return rx_copy_value(*node->literal->text);
-    const rx_op &op = *node->op;
-    if (rx_plain plain; level == 0 && rx_try_quick(node, plain)) {
-        rx_value result = rx_number(plain.real, plain.decimals);
-        result.rounded = plain.rounded;
-        return result;
-    }
+/// Everything that isn't a leaf or a tree of numbers; out of line, so that those two need no large frame.
+[[gnu::noinline]] rx_value run_operator(const rx_expr *node, int level) {
     rx_check_stack();
+    const rx_op &op = *node->op;
     switch (op.kind) {
     case RX_MONADIC: return monadic(node, op, level);
     case RX_DYADIC: return dyadic(node, op, level);
@@ -196,6 +187,22 @@ rx_value do_exec(const rx_expr *node, int level) {
     case RX_INDEX: return rx_index(node, level);
     }
     rx_internal_error("do_exec", 3);
+}
+
+} // namespace
+
+rx_value do_exec(const rx_expr *node, int level) {
+    set_position(node);
+    if (node->type == OP_NODE) {
+        rx_plain plain;
+        return level == 0 && rx_try_quick(node, plain) ? rx_value_of(plain) : run_operator(node, level);
+    }
+    if (node->type == STRING) return rx_copy_value(*node->literal->text);
+    if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0 && !node->symbol->environment)
+        return rx_copy_value(*value);
+    rx_value scratch;
+    const rx_value &value = read_symbol(node, level, scratch);
+    return &value == &scratch ? std::move(scratch) : rx_copy_value(value);
 }
 
 const rx_value &rx_view(const rx_expr *node, int level, rx_value &scratch) {

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int not_started = 28;
 
-// ---- the table of environments ---------------------------------------------------------------------------------------
+// ---- the table of environments --------------------------------------------------------------------------------------
 
 struct environment {
     std::string name;
@@ -27,7 +27,8 @@ std::vector<environment> environments;
 
 /// The index of a name (in upper case), or -1.
 int find_environment(std::string_view name) {
-    auto found = std::find_if(environments.begin(), environments.end(), [&](const environment &each) { return each.name == name; });
+    auto found = std::find_if(environments.begin(), environments.end(),
+                              [&](const environment &each) { return each.name == name; });
     return found == environments.end() ? -1 : static_cast<int>(found - environments.begin());
 }
 
@@ -43,7 +44,7 @@ void remove_environment(int index) {
     if (rx_settings->env_previous >= count) rx_settings->env_previous = 0;
 }
 
-// ---- the default environments ----------------------------------------------------------------------------------------
+// ---- the default environments ---------------------------------------------------------------------------------------
 
 /// Runs a command of the default environments: the interpreter's own ones here, any other as a program. With a shell
 /// variable that is set its value goes in front.
@@ -83,7 +84,7 @@ int call_handler(int index, std::string_view command) {
     return row.handler(command, row.user_data);
 }
 
-// ---- what an environment handler may ask for -------------------------------------------------------------------------
+// ---- what an environment handler may ask for ------------------------------------------------------------------------
 
 struct exit_request {
     bool wanted = false;
@@ -138,7 +139,7 @@ int rx_run_in_environment(std::string_view command) {
     return call_handler(rx_settings->env_current, command);
 }
 
-// ---- the command clause ----------------------------------------------------------------------------------------------
+// ---- the command clause ---------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -167,9 +168,12 @@ void trace_code(int level, unsigned line, std::string_view command, int code) {
 void raise_condition(unsigned line, int code) {
     bool failure_off = rx_settings->traps[RX_FAILURE] == RX_TRAP_OFF;
     rx_condition condition;
-    if (armed(RX_ERROR) && (code > 0 || (code < 0 && failure_off))) condition = RX_ERROR;
-    else if (armed(RX_FAILURE) && code < 0) condition = RX_FAILURE;
-    else return;
+    if (armed(RX_ERROR) && (code > 0 || (code < 0 && failure_off)))
+        condition = RX_ERROR;
+    else if (armed(RX_FAILURE) && code < 0)
+        condition = RX_FAILURE;
+    else
+        return;
     unsigned rc_lines = (*rx_program_now)->rc_lines;
     rx_trap(condition, nullptr, line >= rc_lines ? line - rc_lines : line);
     rx_condition_text->clear();
@@ -182,8 +186,10 @@ void run_clause(const rx_expr *expr, int environment, unsigned line, bool echo, 
         return;
     }
     rx_value value = rx_to_string(do_exec(expr, 0));
-    if (level) rx_trace_command(level, value.text());
-    else if (echo) rx_write(std::string(value.text()) + "\n");
+    if (level)
+        rx_trace_command(level, value.text());
+    else if (echo)
+        rx_write(std::string(value.text()) + "\n");
     rx_walk->command_line = expr->line;
     rx_walk->command_column = expr->column;
 
@@ -213,7 +219,7 @@ rx_flow rx_command(const rx_expr *expr, int environment, unsigned line, bool ech
     return rx_flow::next;
 }
 
-// ---- ADDRESS ---------------------------------------------------------------------------------------------------------
+// ---- ADDRESS --------------------------------------------------------------------------------------------------------
 
 rx_flow rx_address(const rx_address_clause &clause) {
     rx_shown shown = clause.command ? show_command(clause.line) : rx_show_clause(&clause);
@@ -234,7 +240,9 @@ rx_flow rx_address(const rx_address_clause &clause) {
     }
     int index = find_environment(target->text);
     if (index < 0) rx_raise_at(target->line, target->column, 56);
-    if (clause.command) run_clause(clause.command, index, clause.line, false, shown.level);
-    else make_current(index);
+    if (clause.command)
+        run_clause(clause.command, index, clause.line, false, shown.level);
+    else
+        make_current(index);
     return rx_flow::next;
 }

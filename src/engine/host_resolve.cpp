@@ -12,10 +12,11 @@ constexpr const char *shell = "/bin/sh";
 
 /// Reserved words and the commands that only make sense inside the shell (or that it always has).
 constexpr std::string_view shell_words[] = {
-    "!",      ".",     ":",    "alias", "bg",       "break",  "case",   "cd",    "command", "continue", "do",   "done",
-    "elif",   "else",  "esac", "eval",  "exec",     "exit",   "export", "fc",    "fg",      "fi",       "for",  "getopts",
-    "hash",   "if",    "in",   "jobs",  "kill",     "read",   "readonly", "return", "set",  "shift",    "then", "times",
-    "trap",   "type",  "ulimit", "umask", "unalias", "unset", "until",  "wait",  "while",   "{",        "}",
+    "!",        ".",      ":",     "alias",   "bg",    "break", "case", "cd",   "command", "continue",
+    "do",       "done",   "elif",  "else",    "esac",  "eval",  "exec", "exit", "export",  "fc",
+    "fg",       "fi",     "for",   "getopts", "hash",  "if",    "in",   "jobs", "kill",    "read",
+    "readonly", "return", "set",   "shift",   "then",  "times", "trap", "type", "ulimit",  "umask",
+    "unalias",  "unset",  "until", "wait",    "while", "{",     "}",
 };
 
 bool is_blank(char c) {
@@ -70,7 +71,7 @@ struct word_reader {
         return true;
     }
 
-  private:
+private:
     /// Reads to the closing quote and stays on it; false when it is missing.
     bool quote(char mark, std::string &word) {
         for (at++; at < text.size() && text[at] != mark; at++) {

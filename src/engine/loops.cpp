@@ -49,8 +49,8 @@ rx_flow run_rounds(const rx_do_clause &loop, int level, const condition_words &w
             return rx_flow::next;
         if (tracing_clauses()) level = rx_trace_line(loop.end_line);
         step();
-        // A round without a clause would otherwise never come to the poll between clauses.
-        if (!loop.body->clause) rx_poll_between_clauses();
+        // A round without a clause, or one that ITERATE ended, hasn't come to the poll between clauses.
+        if (flow != rx_flow::next || !loop.body->clause) rx_poll_between_clauses();
     }
 }
 
@@ -183,7 +183,9 @@ void begin(controlled &state) {
 }
 
 bool has_more(controlled &state) {
-    if (state.has_to && (state.by > 0 ? state.current > state.to : state.to > state.current)) return false;
+    // A step of 0 never gets anywhere, so it isn't ended by TO.
+    if (state.has_to && state.by != 0 && (state.by > 0 ? state.current > state.to : state.to > state.current))
+        return false;
     if (state.has_for && state.rounds_left-- == 0) return false;
     return true;
 }
@@ -217,7 +219,9 @@ void step(controlled &state) {
         std::snprintf(text, sizeof text, "%g", state.current);
         rx_var_assign(control_of(state), rx_string(text));
     } else {
-        rx_var_writable(*var) = rx_number(state.current);
+        rx_value &record = rx_var_writable(*var);
+        record = rx_number(state.current);
+        record.rounded = rx_is_whole(state.current);
         state.generation = ++var->generation;
     }
     if (state.level) {

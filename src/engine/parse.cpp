@@ -7,12 +7,12 @@
 #include "engine/clauses.h"
 #include "engine/parse_template.h"
 #include "engine/trace.h"
-#include "front/report.h"
 #include "platform/paths.h"
 #include "platform/strings.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <optional>
 
 namespace {
@@ -21,22 +21,21 @@ constexpr std::string_view version = "REXX 4.00 10 Apr 2020 - Vandra(x64) 3.08b1
 
 using step = rx_template_step;
 
-// ---- the template ----------------------------------------------------------------------------------------------------
+// ---- the template ---------------------------------------------------------------------------------------------------
 
-/// The items of the clause's template, read at its first run and kept with the program. Those of an interpreted text,
+/// Reads the template at the clause's first run and keeps its items with the program. Those of an interpreted text,
 /// whose tree goes away with it, are put in `own`.
-const rx_template_item *items_of(const rx_parse_clause &clause, std::vector<rx_template_item> &own) {
-    if (clause.compiled) return static_cast<const rx_template_item *>(clause.compiled);
+const rx_template_item *read_items(const rx_parse_clause &clause, std::vector<rx_template_item> &own) {
     rx_read_template(clause.template_, own);
     if (rx_walk->interpret_depth || rx_walk->interactive) return own.data();
-    auto *kept = static_cast<rx_template_item *>(
-        (*rx_program_now)->arena.allocate(own.size() * sizeof(rx_template_item)));
+    auto *kept =
+        static_cast<rx_template_item *>((*rx_program_now)->arena.allocate(own.size() * sizeof(rx_template_item)));
     std::uninitialized_copy(own.begin(), own.end(), kept);
     clause.compiled = kept;
     return kept;
 }
 
-// ---- the text --------------------------------------------------------------------------------------------------------
+// ---- the text -------------------------------------------------------------------------------------------------------
 
 std::string word_or_quotes(std::string_view text) {
     return text.empty() ? "\"\"" : std::string(text);
@@ -100,7 +99,7 @@ struct parsed_text {
         if (pin_ && pin_->untouched()) pin_.reset();
     }
 
-  private:
+private:
     void take(rx_value &&value) {
         value_ = std::move(value);
         text = rx_arg_text(value_, buffer_);
@@ -109,18 +108,21 @@ struct parsed_text {
     void lend(const rx_expr *name) {
         rx_error.line = name->line;
         rx_error.column = name->column;
+        const rx_symbol &symbol = *name->symbol;
+        if (rx_var_cached(symbol) && !symbol.environment) return lend(*symbol.var);
         rx_value scratch;
-        const rx_value &value = rx_var_get(*name->symbol, scratch);
+        const rx_value &value = rx_var_get(symbol, scratch);
         if (&value == &scratch) return take(std::move(scratch));
-        if (value.is_string() && value.storage == RX_HEAP) {
-            rx_var *var = rx_var_find(*name->symbol);
-            if (var && &var->value == &value) {
-                pin_.emplace(*var);
-                text = value.text();
-                return;
-            }
-        }
+        rx_var *var = rx_var_find(symbol);
+        if (var && &var->value == &value) return lend(*var);
         take(rx_copy_value(value));
+    }
+
+    /// A text in a buffer of its own stays there while the variable is pinned, any other is copied.
+    void lend(rx_var &var) {
+        if (!var.value.is_string() || var.value.storage != RX_HEAP) return take(rx_copy_value(var.value));
+        pin_.emplace(var);
+        text = var.value.text();
     }
 
     rx_value value_;
@@ -129,38 +131,27 @@ struct parsed_text {
     size_t argument_ = 0;
 };
 
-// ---- assigning -------------------------------------------------------------------------------------------------------
+// ---- assigning ------------------------------------------------------------------------------------------------------
 
-/// Copies a short text; an ordinary call would take longer than the copy.
-inline void copy_short(char *to, const char *from, size_t length) {
-    if (length >= 8) {
-        uint64_t head, tail;
-        std::memcpy(&head, from, 8);
-        std::memcpy(&tail, from + length - 8, 8);
-        std::memcpy(to, &head, 8);
-        std::memcpy(to + length - 8, &tail, 8);
-    } else if (length >= 4) {
-        uint32_t head, tail;
-        std::memcpy(&head, from, 4);
-        std::memcpy(&tail, from + length - 4, 4);
-        std::memcpy(to, &head, 4);
-        std::memcpy(to + length - 4, &tail, 4);
+/// Copies a short text; an ordinary call would take longer than the copy. Where `readable` bytes can be read from the
+/// text on, 16 are taken at once: the record has room for them.
+[[gnu::always_inline]] inline void copy_short(char *to, const char *from, size_t length, size_t readable) {
+    if (readable >= 16) [[likely]] {
+        uint64_t first, second;
+        std::memcpy(&first, from, 8);
+        std::memcpy(&second, from + 8, 8);
+        std::memcpy(to, &first, 8);
+        std::memcpy(to + 8, &second, 8);
     } else {
         for (size_t i = 0; i < length; i++) to[i] = from[i];
     }
 }
 
-/// Puts a text in the record, in the buffer that it has when that fits without waste. The text may lie in that buffer.
-void store_text(rx_value &record, std::string_view text) {
+/// Puts a text in a record whose present text isn't worth keeping: in its buffer when that fits without waste. The text
+/// may lie in that buffer.
+void store_long(rx_value &record, std::string_view text) {
     bool has_buffer = record.is_string() && record.storage == RX_HEAP;
-    if (!has_buffer && text.size() <= rx_value::inline_capacity) {
-        record.kind = RX_STRING;
-        record.storage = RX_INLINE;
-        record.rounded = 0;
-        copy_short(record.bytes, text.data(), text.size());
-        record.bytes[text.size()] = '\0';
-        record.length = static_cast<uint32_t>(text.size());
-    } else if (has_buffer && text.size() <= record.heap.capacity && text.size() >= record.heap.capacity / 4) {
+    if (has_buffer && text.size() <= record.heap.capacity && text.size() >= record.heap.capacity / 4) {
         std::memmove(record.heap.data, text.data(), text.size());
         record.heap.data[text.size()] = '\0';
         record.length = static_cast<uint32_t>(text.size());
@@ -169,17 +160,21 @@ void store_text(rx_value &record, std::string_view text) {
     }
 }
 
+/// The same; `readable` is the number of bytes from the text's start to the end of what it is a part of.
+[[gnu::always_inline]] inline void store_text(rx_value &record, std::string_view text, size_t readable) {
+    bool has_buffer = record.is_string() && record.storage == RX_HEAP;
+    if (has_buffer || text.size() > rx_value::inline_capacity) [[unlikely]]
+        return store_long(record, text);
+    record.kind = RX_STRING;
+    record.storage = RX_INLINE;
+    record.rounded = 0;
+    record.length = static_cast<uint32_t>(text.size());
+    copy_short(record.bytes, text.data(), text.size(), readable);
+    record.bytes[text.size()] = '\0';
+}
+
 void assign_field(const rx_template_item &item, std::string_view field, bool upper) {
     const rx_symbol &symbol = *item.symbol;
-    if (symbol.serial == rx_scope->serial && symbol.var && !symbol.environment) [[likely]] {
-        rx_var &var = *symbol.var;
-        var.generation++;
-        rx_value &record = rx_var_writable(var);
-        store_text(record, field);
-        var.state = RX_SET;
-        if (upper) rx_upper(rx_bytes(record), record.length);
-        return;
-    }
     if (symbol.bad_name) rx_raise_at(item.token->line, item.token->column, 31);
     rx_value value = rx_string(field);
     if (upper) rx_upper(rx_bytes(value), value.length);
@@ -193,13 +188,14 @@ void trace_field(const rx_template_item &item, std::string_view field, bool uppe
     rx_trace_assignment(level, name, upper ? rx_uppered(field) : std::string(field));
 }
 
-// ---- the walk --------------------------------------------------------------------------------------------------------
+// ---- the walk -------------------------------------------------------------------------------------------------------
 
 struct template_walk {
     const rx_parse_clause &clause;
     parsed_text &source;
     int level;
     size_t start = 0;         ///< of the next field
+    bool found = false;       ///< a pattern that is written out was found at the stop
     long long last_match = 0; ///< where relative positions count from; may lie outside the text
 
     size_t size() const { return source.text.size(); }
@@ -208,8 +204,8 @@ struct template_walk {
         return static_cast<size_t>(std::clamp(position, 0LL, static_cast<long long>(size())));
     }
 
-    /// The text of a pattern. One that a variable gives is read each time that it is needed, for the template itself may
-    /// assign it.
+    /// The text of a pattern. One that a variable gives is read each time that it is needed, for the template itself
+    /// may assign it.
     std::string_view pattern_of(const rx_template_item &cut, rx_value &scratch, rx_number_buffer &buffer) {
         if (!cut.symbol) return cut.text;
         return rx_arg_text(read(cut, scratch), buffer);
@@ -240,15 +236,25 @@ struct template_walk {
         return hit ? static_cast<size_t>(static_cast<const char *>(hit) - source.text.data()) : std::string_view::npos;
     }
 
+    /// Looks for a pattern from the start of the field on; the end of the text when there is none.
+    size_t find_pattern(const rx_template_item &cut) {
+        size_t place;
+        if (!cut.symbol) {
+            place = find(cut.text);
+            found = place != std::string_view::npos;
+        } else {
+            rx_value scratch;
+            rx_number_buffer buffer;
+            place = find(pattern_of(cut, scratch, buffer));
+        }
+        return std::min(place, size());
+    }
+
     /// Where the variables in front of a cut have to stop.
     size_t find_stop(const rx_template_item &cut) {
         long long stop = static_cast<long long>(size());
         switch (cut.step) {
-        case step::pattern: {
-            rx_value scratch;
-            rx_number_buffer buffer;
-            return std::min(find(pattern_of(cut, scratch, buffer)), size());
-        }
+        case step::pattern: return find_pattern(cut);
         case step::forward:
             if (long long distance = number_of(cut)) stop = static_cast<long long>(start) + distance;
             break;
@@ -278,9 +284,22 @@ struct template_walk {
         start = stop;
     }
 
-    void put(const rx_template_item &item, size_t from, size_t to) {
-        std::string_view field = source.text.substr(from, to - from);
-        if (level) [[unlikely]] {
+    /// Gives a variable its field. Nearly always its entry is at hand and nothing watches.
+    [[gnu::always_inline]] void put(const rx_template_item &item, size_t from, size_t to) {
+        const rx_symbol *symbol = item.symbol;
+        rx_var *var = symbol->var;
+        bool special = level || item.step == step::placeholder || symbol->serial != rx_scope->serial || !var ||
+                       var->pins || symbol->environment || clause.upper;
+        std::string_view field(source.text.data() + from, to - from);
+        if (special) [[unlikely]]
+            return put_special(item, field);
+        var->generation++;
+        var->state = RX_SET;
+        store_text(var->value, field, size() - from);
+    }
+
+    void put_special(const rx_template_item &item, std::string_view field) {
+        if (level) {
             std::string copy(field);
             if (item.step == step::variable) assign_field(item, copy, clause.upper);
             trace_field(item, copy, clause.upper, level);
@@ -290,28 +309,29 @@ struct template_walk {
         source.settle();
     }
 
+    void pass_pattern(const rx_template_item &cut) {
+        rx_value scratch;
+        rx_number_buffer buffer;
+        std::string_view pattern = pattern_of(cut, scratch, buffer);
+        size_t place = found ? start : find(pattern);
+        found = false;
+        if (place == std::string_view::npos) {
+            start = size();
+        } else {
+            last_match = static_cast<long long>(place);
+            start = place + pattern.size();
+        }
+    }
+
     /// Moves the start of the next field behind a cut.
     void pass(const rx_template_item &cut) {
         switch (cut.step) {
-        case step::pattern: {
-            rx_value scratch;
-            rx_number_buffer buffer;
-            std::string_view pattern = pattern_of(cut, scratch, buffer);
-            size_t found = find(pattern);
-            if (found == std::string_view::npos) {
-                start = size();
-            } else {
-                last_match = static_cast<long long>(found);
-                start = found + pattern.size();
-            }
-            return;
-        }
+        case step::pattern: return pass_pattern(cut);
         case step::forward: last_match += number_of(cut); break;
         case step::backward: last_match -= number_of(cut); break;
         case step::position: last_match = number_of(cut) - 1; break;
         case step::comma:
-            if (clause.source != PARSE_ARG)
-                fail(cut, 38, "A comma may be used only within a PARSE ARG instructin");
+            if (clause.source != PARSE_ARG) fail(cut, 38, "A comma may be used only within a PARSE ARG instructin");
             source.next_argument();
             last_match = 0;
             break;
@@ -348,7 +368,9 @@ void rx_parse(const rx_parse_clause &clause) {
     if (shown.skip) return;
     parsed_text source(clause, shown.level);
     if (!clause.template_) return;
-    std::vector<rx_template_item> own;
     template_walk walk{.clause = clause, .source = source, .level = shown.level};
-    walk.run(items_of(clause, own));
+    if (clause.compiled) [[likely]]
+        return walk.run(static_cast<const rx_template_item *>(clause.compiled));
+    std::vector<rx_template_item> own;
+    walk.run(read_items(clause, own));
 }

@@ -78,9 +78,7 @@ struct template_reader {
         switch (token->type) {
         case SYMBOL: return symbol();
         case STRING: return constant();
-        case '(':
-            item.step = rx_template_step::pattern;
-            return variable_in_parentheses();
+        case '(': item.step = rx_template_step::pattern; return variable_in_parentheses();
         case '+': return position(rx_template_step::forward);
         case '-': return position(rx_template_step::backward);
         case '=': return position(rx_template_step::position);
@@ -88,9 +86,7 @@ struct template_reader {
             item.step = rx_template_step::comma;
             token = next_token(token);
             return;
-        default:
-            item.step = rx_template_step::unknown;
-            token = nullptr;
+        default: item.step = rx_template_step::unknown; token = nullptr;
         }
     }
 };

@@ -17,16 +17,16 @@ enum class rx_template_step : uint8_t {
     backward,    ///< -5
     comma,       ///< the next argument
     end,
-    unknown,     ///< nothing that a template can hold; error 38 when it is its turn
-    broken       ///< the beginning of a pattern or position that isn't complete; `number` is the error
+    unknown, ///< nothing that a template can hold; error 38 when it is its turn
+    broken   ///< the beginning of a pattern or position that isn't complete; `number` is the error
 };
 
 struct rx_template_item {
     rx_template_step step = rx_template_step::end;
-    const rx_expr *token = nullptr;     ///< where errors are shown
-    const rx_symbol *symbol = nullptr;  ///< the variable; of a cut: the one in parentheses that gives the text or number
-    std::string_view text = {};         ///< of a pattern that is written out
-    long long number = 0;               ///< of a position that is written out, as written
+    const rx_expr *token = nullptr;    ///< where errors are shown
+    const rx_symbol *symbol = nullptr; ///< the variable; of a cut: the one in parentheses that gives the text or number
+    std::string_view text = {};        ///< of a pattern that is written out
+    long long number = 0;              ///< of a position that is written out, as written
 };
 
 /// Appends the items of a template to the list; the last one is an `end`.

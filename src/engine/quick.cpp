@@ -46,6 +46,8 @@ rx_plain refused() {
 rx_plain value_of(const rx_value *value) {
     if (value) {
         if (value->is_number()) [[likely]] return rx_plain_of(*value);
+        if (double real; value->is_string() && rx_short_integer(value->text(), real))
+            return {.real = real, .decimals = 0, .rounded = 1};
         rx_value number;
         if (rx_number_of(*value, number)) return rx_plain_of(number);
     }
@@ -67,14 +69,14 @@ inline rx_plain operand(const rx_operand &operand, int digits) {
 }
 
 rx_plain truth(bool holds) {
-    return {.real = holds ? 1.0 : 0.0, .decimals = -1};
+    return {.real = holds ? 1.0 : 0.0, .decimals = -1, .rounded = 1};
 }
 
 rx_plain run_node(const rx_op &op, int digits) {
     rx_plain a = operand(op.a, digits);
-    if (a.fault != rx_arithmetic_fault::none) [[unlikely]] return a;
+    if (a.failed()) [[unlikely]] return a;
     rx_plain b = operand(op.b, digits);
-    if (b.fault != rx_arithmetic_fault::none) [[unlikely]] return b;
+    if (b.failed()) [[unlikely]] return b;
     switch (op.fn->id) {
     case FX_PLUS: return rx_plus(a, b, digits);
     case FX_MIN: return rx_minus(a, b, digits);
@@ -84,8 +86,9 @@ rx_plain run_node(const rx_op &op, int digits) {
     case FX_REM: return rx_remainder(a, b, digits);
     default: break;
     }
-    int compared = rx_compared_digits();
-    double left = rx_compared(a, compared), right = rx_compared(b, compared);
+    bool whole = rx_both_whole(a, b);
+    int compared = whole ? 0 : rx_compared_digits();
+    double left = whole ? a.real : rx_compared(a, compared), right = whole ? b.real : rx_compared(b, compared);
     switch (op.fn->id) {
     case FX_EQ: return truth(left == right);
     case FX_NEQ: return truth(left != right);

@@ -26,7 +26,7 @@ rx_plain rx_quick(const rx_expr *node);
 inline bool rx_try_quick(const rx_expr *node, rx_plain &result) {
     if (node->type != OP_NODE || !rx_quick_candidate(*node->op)) return false;
     result = rx_quick(node);
-    if (result.fault == rx_arithmetic_fault::none) [[likely]] return true;
+    if (!result.failed()) [[likely]] return true;
     // The last attempt leaves -1: 0 would make the node look new.
     if (--node->op->quick_left == 0) node->op->quick_left = -1;
     return false;

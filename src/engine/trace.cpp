@@ -8,7 +8,7 @@
 
 namespace {
 
-// ---- source lines ----------------------------------------------------------------------------------------------------
+// ---- source lines ---------------------------------------------------------------------------------------------------
 
 constexpr int interpreted_level = 15;
 
@@ -38,13 +38,11 @@ struct shown_line {
 };
 
 shown_line show_source(unsigned line) {
-    if (rx_walk->interpret_depth)
-        return {"*interpreted*  *-* " + std::string(*rx_interpreted_text), interpreted_level};
+    if (rx_walk->interpret_depth) return {"*interpreted*  *-* " + std::string(*rx_interpreted_text), interpreted_level};
     const rx_program &program = **rx_program_now;
     const rx_source_entry &entry = rx_entry_of(program, line);
     bool first_unit = &entry == program.entries.data();
-    std::string field =
-        number_field(line - static_cast<unsigned>(entry.first_line), first_unit ? program.rc_lines : 0);
+    std::string field = number_field(line - static_cast<unsigned>(entry.first_line), first_unit ? program.rc_lines : 0);
     int level = static_cast<int>(field.size()) + 1;
     std::string text;
     if (!first_unit) {
@@ -74,7 +72,7 @@ int trace_source(unsigned line) {
     return shown.level;
 }
 
-// ---- value lines -----------------------------------------------------------------------------------------------------
+// ---- value lines ----------------------------------------------------------------------------------------------------
 
 /// Writes one trace line: the level's blanks, the prefix with a blank behind it, and the pieces.
 template <class... Pieces> void trace_line(int level, std::string_view prefix, const Pieces &...pieces) {
@@ -157,7 +155,7 @@ void rx_trace_code(int level, int code) {
     trace_line(level, ">>>", "RC(", std::to_string(code), ")");
 }
 
-// ---- settings --------------------------------------------------------------------------------------------------------
+// ---- settings -------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -202,8 +200,10 @@ bool rx_trace_set(std::string_view letters) {
         } else if (letter == 'X') {
             if (!rx_attach_debugger || !rx_attach_debugger()) return false;
         } else if (letter_bit(letter, bit)) {
-            if (bit == 0) trace = 0;
-            else if (bit != TRACE_S || can_scan()) trace = bit | (trace & (TRACE_PROMPT | TRACE_NO_COMMANDS));
+            if (bit == 0)
+                trace = 0;
+            else if (bit != TRACE_S || can_scan())
+                trace = bit | (trace & (TRACE_PROMPT | TRACE_NO_COMMANDS));
             break;
         } else {
             return false;
@@ -226,8 +226,10 @@ void skip_count(const rx_value &number, const rx_expr *at) {
         rx_raise_at(at->line, at->column, 26, "Expression evaluates to " + std::string(rx_arg_text(number, buffer)));
     }
     if ((rx_settings->trace & TRACE_PROMPT) == 0) return;
-    if (number.real < 0) rx_trace_state->lines_to_skip = rx_to_int(-number.real);
-    else if (number.real > 0) rx_trace_state->prompts_to_skip = rx_to_int(number.real);
+    if (number.real < 0)
+        rx_trace_state->lines_to_skip = rx_to_int(-number.real);
+    else if (number.real > 0)
+        rx_trace_state->prompts_to_skip = rx_to_int(number.real);
 }
 
 /// The operand of TRACE. A symbol stands for its name, whatever it holds as a variable.

@@ -103,33 +103,33 @@ rx_flow rx_run_clauses(const rx_clause_cell *cell) {
         if (rx_settings->trace & TRACE_PROMPT) [[unlikely]] {
             if (!prompt(flow)) continue;
         }
-        if (rx_halt_pending) [[unlikely]] rx_halt_poll();
+        // What a RETURN or LEAVE has left behind must not meet a HALT handler: its turn comes behind the jump.
         if (flow != rx_flow::next) return flow;
+        if (rx_halt_pending) [[unlikely]] rx_halt_poll();
         cell = cell->next;
     }
     return rx_flow::next;
 }
 
 rx_flow rx_run_block(const rx_clause_cell *cell, const rx_build_frame *frame) {
-    rx_check_stack();
     int nesting = rx_walk->nesting;
     for (;;) {
         rx_flow flow;
         try {
             flow = run_outwards(cell, frame);
+            bool loop_exit = flow == rx_flow::leave || flow == rx_flow::iterate;
+            if (loop_exit && !rx_walk->interpret_depth && !rx_walk->interactive) rx_raise(28);
         } catch (const rx_jmp_signal &) {
             flow = rx_flow::signalled;
         } catch (const rx_jmp_return &) {
             flow = rx_flow::returned;
         }
-        bool interpreted = rx_walk->interpret_depth || rx_walk->interactive;
-        if (flow == rx_flow::signalled && !interpreted) {
+        if (flow == rx_flow::signalled && !rx_walk->interpret_depth && !rx_walk->interactive) {
             cell = rx_walk->signal_target;
             frame = rx_walk->signal_frame;
             continue;
         }
         rx_walk->nesting = nesting;
-        if ((flow == rx_flow::leave || flow == rx_flow::iterate) && !interpreted) rx_raise(28);
         return flow;
     }
 }

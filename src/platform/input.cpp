@@ -74,8 +74,10 @@ ssize_t peek_pipe() {
     ssize_t got = 0;
     while (got < there) {
         ssize_t part = ::read(ahead.mirror[0], ahead.bytes.data() + got, static_cast<size_t>(there - got));
-        if (part > 0) got += part;
-        else if (part == 0 || errno != EINTR) return -1;
+        if (part > 0)
+            got += part;
+        else if (part == 0 || errno != EINTR)
+            return -1;
     }
     return there;
 }

@@ -58,7 +58,7 @@ int code_of(int status) {
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }
 
-// ---- background processes --------------------------------------------------------------------------------------------
+// ---- background processes -------------------------------------------------------------------------------------------
 
 struct background_process {
     pid_t process;
@@ -188,7 +188,7 @@ bool rx_is_program(const std::string &path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
 }
 
-// ---- pipes -----------------------------------------------------------------------------------------------------------
+// ---- pipes ----------------------------------------------------------------------------------------------------------
 
 bool rx_pipe::open() {
     int ends[2];

@@ -24,7 +24,7 @@ constexpr size_t stack_size = size_t{4} << 30; // instrumented frames are severa
 constexpr size_t stack_size = size_t{512} << 20;
 #endif
 /// Kept free for reporting the error and for library calls at the deepest point.
-constexpr size_t stack_reserve = size_t{1} << 20;
+constexpr size_t stack_reserve = stack_size / 64;
 
 ucontext_t caller_context;
 ucontext_t stack_context;
@@ -56,6 +56,10 @@ void trampoline() {
 
 } // namespace
 
+void rx_open_stack_reserve() {
+    rx_stack_limit = stack_base + (rx_stack_limit - stack_base) / 2;
+}
+
 void rx_on_interpreter_stack(void (*body)(void *), void *argument) {
     if (on_stack) {
         body(argument);
@@ -69,8 +73,8 @@ void rx_on_interpreter_stack(void (*body)(void *), void *argument) {
             std::exit(1);
         }
         stack_base = static_cast<char *>(memory);
-        rx_stack_limit = stack_base + stack_reserve;
     }
+    rx_stack_limit = stack_base + stack_reserve;
     ::getcontext(&stack_context);
     stack_context.uc_stack.ss_sp = stack_base;
     stack_context.uc_stack.ss_size = stack_size;

@@ -1,9 +1,10 @@
 // Arithmetic on plain numbers: what the operators do once their operands are known to be numbers. It stands in a header
 // because the expression walk computes whole subtrees of numbers with it, without making values in between.
 //
-// An operand with a fractional part is rounded at one digit more than NUMERIC DIGITS, a result at NUMERIC DIGITS; whole
-// numbers are never rounded. A number remembers how many digits it is known to be rounded to, so that a result isn't
-// rounded a second time when it becomes an operand.
+// An operand with a fractional part is rounded at one digit more than NUMERIC DIGITS, a result at NUMERIC DIGITS. A number
+// remembers how many digits it is known to be rounded to, so that a result isn't rounded a second time when it becomes
+// an operand. Whole numbers are never rounded: they are known to be rounded to one digit, and two of them take the
+// short way through sum, difference and product, for what comes out is whole again.
 #pragma once
 
 #include "values/numbers.h"
@@ -13,22 +14,34 @@
 #include <cmath>
 
 /// Why there is no result.
-enum class rx_arithmetic_fault : uint8_t { none, not_a_number, overflow, zero_divide, too_long };
+enum class rx_arithmetic_fault : int32_t { none, not_a_number, overflow, zero_divide, too_long };
 
-/// A number in registers; `real` counts only without a fault.
+/// A number in registers.
 struct rx_plain {
     double real = 0;
-    int32_t decimals = 0;
-    uint8_t rounded = 0;
-    rx_arithmetic_fault fault = rx_arithmetic_fault::none;
+    int32_t decimals = 0; ///< without a result: the fault
+    int32_t rounded = 0;  ///< as in rx_value; -1: there is no result
+
+    bool failed() const { return rounded < 0; }
+    rx_arithmetic_fault fault() const { return static_cast<rx_arithmetic_fault>(decimals); }
 };
 
 inline rx_plain rx_no_plain(rx_arithmetic_fault fault) {
-    return {.real = 0, .decimals = 0, .rounded = 0, .fault = fault};
+    return {.real = 0, .decimals = static_cast<int32_t>(fault), .rounded = -1};
 }
 
 inline rx_plain rx_plain_of(const rx_value &number) {
     return {.real = number.real, .decimals = number.decimals, .rounded = number.rounded};
+}
+
+inline rx_value rx_value_of(const rx_plain &plain) {
+    rx_value value = rx_number(plain.real, plain.decimals);
+    value.rounded = static_cast<uint8_t>(plain.rounded);
+    return value;
+}
+
+inline bool rx_both_whole(const rx_plain &a, const rx_plain &b) {
+    return a.rounded == 1 && b.rounded == 1;
 }
 
 /// The number as an operand: rounded at `digits` + 1.
@@ -38,15 +51,15 @@ inline double rx_operand_of(const rx_plain &number, int digits) {
 }
 
 inline rx_plain rx_rounded_plain(double real, int32_t decimals, int digits) {
-    return {.real = rx_round_digits(real, digits), .decimals = decimals, .rounded = static_cast<uint8_t>(digits)};
+    if (rx_is_whole(real)) return {.real = real, .decimals = decimals, .rounded = 1};
+    return {.real = digits >= 15 ? real : rx_round_fraction(real, digits), .decimals = decimals, .rounded = digits};
 }
 
 /// `decimals` of a sum; a zero has no say.
-inline int32_t rx_sum_decimals(const rx_plain &a, double left, const rx_plain &b, double right, double sum) {
+inline int32_t rx_sum_decimals(int32_t a, double left, int32_t b, double right, double sum) {
     if (sum == 0) return 0;
-    if (left == 0) return b.decimals;
-    if (right == 0) return a.decimals;
-    return std::max(a.decimals, b.decimals);
+    if (a == b || right == 0) return a;
+    return left == 0 ? b : std::max(a, b);
 }
 
 /// Towards minus infinity, and towards zero; without a call for what fits an integer.
@@ -66,23 +79,33 @@ inline bool rx_too_long(double whole, int digits) {
 }
 
 inline rx_plain rx_plus(const rx_plain &a, const rx_plain &b, int digits) {
-    double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits), sum = left + right;
+    bool whole = rx_both_whole(a, b);
+    double left = whole ? a.real : rx_operand_of(a, digits), right = whole ? b.real : rx_operand_of(b, digits);
+    double sum = left + right;
     if (sum == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
-    return rx_rounded_plain(sum, rx_sum_decimals(a, left, b, right, sum), digits);
+    int32_t decimals = rx_sum_decimals(a.decimals, left, b.decimals, right, sum);
+    return whole ? rx_plain{.real = sum, .decimals = decimals, .rounded = 1} : rx_rounded_plain(sum, decimals, digits);
 }
 
 /// An infinity isn't tested for: it passes, and is caught only when it is shown.
 inline rx_plain rx_minus(const rx_plain &a, const rx_plain &b, int digits) {
-    double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits), difference = left - right;
-    return rx_rounded_plain(difference, rx_sum_decimals(a, left, b, right, difference), digits);
+    bool whole = rx_both_whole(a, b);
+    double left = whole ? a.real : rx_operand_of(a, digits), right = whole ? b.real : rx_operand_of(b, digits);
+    double difference = left - right;
+    int32_t decimals = rx_sum_decimals(a.decimals, left, b.decimals, right, difference);
+    return whole ? rx_plain{.real = difference, .decimals = decimals, .rounded = 1}
+                 : rx_rounded_plain(difference, decimals, digits);
 }
 
 inline rx_plain rx_times(const rx_plain &a, const rx_plain &b, int digits) {
     // A long chain of products could bring the sum of the decimals out of range.
     constexpr int32_t limit = 1 << 20;
-    double product = rx_operand_of(a, digits) * rx_operand_of(b, digits);
+    bool whole = rx_both_whole(a, b);
+    double product = whole ? a.real * b.real : rx_operand_of(a, digits) * rx_operand_of(b, digits);
     if (product == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
-    return rx_rounded_plain(product, std::clamp(a.decimals + b.decimals, -limit, limit), digits);
+    int32_t decimals = std::clamp(a.decimals + b.decimals, -limit, limit);
+    return whole ? rx_plain{.real = product, .decimals = decimals, .rounded = 1}
+                 : rx_rounded_plain(product, decimals, digits);
 }
 
 inline rx_plain rx_divide(const rx_plain &a, const rx_plain &b, int digits) {
@@ -96,14 +119,14 @@ inline rx_plain rx_whole_divide(const rx_plain &a, const rx_plain &b, int digits
     if (right == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
     double quotient = rx_truncate(rx_operand_of(a, digits) / right) + 0.0; // no negative zero
     if (rx_too_long(quotient, digits)) return rx_no_plain(rx_arithmetic_fault::too_long);
-    return {.real = quotient, .decimals = -1};
+    return {.real = quotient, .decimals = -1, .rounded = 1};
 }
 
 /// The sign follows the quotient: with equal signs the operands stay as they are, so -7 // -2 is -1.
 inline rx_plain rx_remainder(const rx_plain &a, const rx_plain &b, int digits) {
     double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits);
     if (right == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
-    if (left == right) return {.real = 0, .decimals = -1};
+    if (left == right) return {.real = 0, .decimals = -1, .rounded = 1};
     double quotient = left / right;
     double remainder = quotient < 0 ? -(std::fabs(left) - std::fabs(right) * rx_floor(-quotient))
                                     : left - right * rx_floor(quotient);

@@ -100,6 +100,16 @@ struct rx_level {
     rx_var *make(const char *name, uint32_t length);
 };
 
+/// The level that an exposed entry leads to. An exposed entry has no value, so its record holds the pointer.
+inline rx_level *rx_owner_of(const rx_var &var) {
+    rx_level *owner;
+    std::memcpy(&owner, var.value.bytes, sizeof owner);
+    return owner;
+}
+inline void rx_set_owner(rx_var &var, rx_level *owner) {
+    std::memcpy(var.value.bytes, &owner, sizeof owner);
+}
+
 /// The number that a tail is when it is written plainly (no sign, no leading zero, at most nine digits), else -1.
 int64_t rx_plain_index(std::string_view tail);
 /// The same for a number, as its text would be under the NUMERIC settings in force.

@@ -53,8 +53,8 @@ std::string rx_list_tails(std::string_view prefix) {
     const rx_stem *stem;
     for (;;) {
         stem = level->find_stem(name, rx_lookup_hash(name));
-        if (!stem || !stem->key || stem->key->state != RX_EXPOSED || !level->older) break;
-        level = level->older;
+        if (!stem || !stem->key || stem->key->state != RX_EXPOSED) break;
+        level = rx_owner_of(*stem->key);
     }
     if (!stem) return {};
 

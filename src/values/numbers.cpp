@@ -49,7 +49,7 @@ bool scan_plain(std::string_view text, scanned_number &number) {
         number.decimals = static_cast<int>(std::min<ptrdiff_t>(end - point - 1, 15));
     }
     number.real = negative ? -size : size;
-    number.rounded = static_cast<uint8_t>(significant);
+    number.rounded = static_cast<uint8_t>(point ? significant : 1); // a whole number is never rounded
     return true;
 }
 
@@ -139,8 +139,10 @@ bool rx_number_of(const rx_value &value, rx_value &number) {
         number = rx_copy_value(value);
         return true;
     }
+    if (value.is_none()) return false;
     scanned_number read;
-    if (value.is_none() || !scan(value.text(), read)) return false;
+    if (rx_short_integer(value.text(), read.real)) read.rounded = 1;
+    else if (!scan(value.text(), read)) return false;
     number = rx_number(read.real, read.decimals);
     number.rounded = read.rounded;
     return true;

@@ -30,6 +30,19 @@ struct rx_number_buffer {
 /// Reads a text as a number. Blanks around and between are allowed as the language has it; false when it is none.
 bool rx_scan_number(std::string_view text, double &number);
 
+/// The commonest number by far: one to nine digits and nothing else. False for anything else.
+inline bool rx_short_integer(std::string_view text, double &number) {
+    if (text.empty() || text.size() > 9) return false;
+    unsigned digits = 0;
+    for (char c : text) {
+        unsigned digit = static_cast<unsigned char>(c) - unsigned{'0'};
+        if (digit > 9) return false;
+        digits = digits * 10 + digit;
+    }
+    number = digits;
+    return true;
+}
+
 /// Digits behind the first point of a number's text, at most 15; 0 without a point or with an exponent behind it.
 int rx_count_decimals(std::string_view text);
 

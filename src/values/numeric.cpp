@@ -19,9 +19,10 @@ std::string evaluates_to(std::string_view text) {
     return "Expression evaluates to \"" + std::string(text) + "\"";
 }
 
-double setting(const rx_value &value) {
+/// The value as a number; `end` closes the message for a text that is none.
+double setting(const rx_value &value, const char *end) {
     rx_value number;
-    if (!rx_number_of(value, number)) rx_raise(26, evaluates_to(value.text()));
+    if (!rx_number_of(value, number)) rx_raise(26, evaluates_to(value.text()) + end);
     return number.real;
 }
 
@@ -32,7 +33,7 @@ void rx_numeric_digits(const rx_value &value) {
         rx_numeric->digits = rx_numeric_settings{}.digits;
         return;
     }
-    double digits = setting(value);
+    double digits = setting(value, "");
     if (!rx_is_whole(digits) || digits <= 0 || digits > 15)
         rx_raise(26, evaluates_to(digits) + "; must be a positive integer <= 15.");
     if (digits <= rx_numeric->fuzz)
@@ -46,7 +47,7 @@ void rx_numeric_fuzz(const rx_value &value) {
         rx_numeric->fuzz = 0;
         return;
     }
-    double fuzz = setting(value);
+    double fuzz = setting(value, ".");
     if (!rx_is_whole(fuzz) || fuzz < 0 || fuzz >= rx_numeric->digits)
         rx_raise(26, evaluates_to(fuzz) + "; must be a positive integer < " + rx_int_text(rx_numeric->digits) + ".");
     rx_numeric->fuzz = static_cast<int>(fuzz);

@@ -63,10 +63,8 @@ inline rx_value arithmetic(const rx_value &left, const rx_value &right, const ch
     fault = !take_number(left, a) ? 1 : !take_number(right, b) ? 2 : 0;
     if (fault) [[unlikely]] return fail(41, fault, fault);
     rx_plain computed = compute(a, b, rx_numeric->digits);
-    if (computed.fault != rx_arithmetic_fault::none) [[unlikely]] return refuse(computed.fault, too_long, fault);
-    rx_value result = rx_number(computed.real, computed.decimals);
-    result.rounded = computed.rounded;
-    return result;
+    if (computed.failed()) [[unlikely]] return refuse(computed.fault(), too_long, fault);
+    return rx_value_of(computed);
 }
 
 rx_value fx_div(const rx_value &left, const rx_value &right, int &fault) {

@@ -55,7 +55,7 @@ rx_var *find_simple(rx_level *level, std::string_view name, uint64_t hash) {
     while (level) {
         rx_var *var = level->find(name, hash);
         if (!var || var->state != RX_EXPOSED) return var;
-        level = level->older;
+        level = rx_owner_of(*var);
     }
     return nullptr;
 }
@@ -98,8 +98,8 @@ void build_tails(const rx_symbol &symbol, name_builder &name) {
 rx_stem *find_stem(rx_level *&level, std::string_view stem_name, uint64_t hash) {
     for (;;) {
         rx_stem *stem = level->find_stem(stem_name, hash);
-        if (!stem || !stem->key || stem->key->state != RX_EXPOSED || !level->older) return stem;
-        level = level->older;
+        if (!stem || !stem->key || stem->key->state != RX_EXPOSED) return stem;
+        level = rx_owner_of(*stem->key);
     }
 }
 
@@ -142,7 +142,7 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
     build_tails(symbol, tails.text);
 }
 
-rx_var *find_tail(rx_stem &stem, const resolved_tails &tails) {
+rx_var *find_tail(const rx_stem &stem, const resolved_tails &tails) {
     return tails.index >= 0 ? stem.find(static_cast<uint32_t>(tails.index)) : stem.find(tails.view());
 }
 
@@ -156,8 +156,8 @@ rx_var *find_compound(const rx_symbol &symbol, const resolved_tails &tails, rx_s
     stem = owner_stem(symbol, level);
     while (stem) {
         rx_var *var = find_tail(*stem, tails);
-        if (!var || var->state != RX_EXPOSED || !level->older) return var;
-        level = level->older;
+        if (!var || var->state != RX_EXPOSED) return var;
+        level = rx_owner_of(*var);
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
     }
     return nullptr;
@@ -218,8 +218,8 @@ rx_var &simple_entry(rx_level *level, std::string_view name, uint64_t hash) {
     for (;;) {
         rx_var *var = level->find(name, hash);
         if (!var) return level->enter(name, hash);
-        if (var->state != RX_EXPOSED || !level->older) return touched(*var, true);
-        level = level->older;
+        if (var->state != RX_EXPOSED) return touched(*var, true);
+        level = rx_owner_of(*var);
     }
 }
 
@@ -240,8 +240,8 @@ rx_var &compound_entry(const rx_symbol &symbol) {
     for (;;) {
         rx_var *var = find_tail(*stem, tails);
         if (!var) return enter_tail(*stem, tails);
-        if (var->state != RX_EXPOSED || !level->older) return touched(*var, true);
-        level = level->older;
+        if (var->state != RX_EXPOSED) return touched(*var, true);
+        level = rx_owner_of(*var);
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
     }
@@ -393,9 +393,27 @@ void rx_drop(const rx_symbol &symbol) {
     if (rx_var *var = rx_var_find(symbol)) drop_entry(*var);
 }
 
+namespace {
+
+/// The level that an exposed entry leads to, when the search goes on in `level`: that one, or where its own exposed
+/// entry leads. It can't change while a newer level is in force.
+rx_level *owner_in(rx_level *level, const rx_symbol &symbol, const resolved_tails &tails) {
+    const rx_var *var = nullptr;
+    if (!symbol.compound()) {
+        var = level->find(symbol.name, symbol.hash);
+    } else if (const rx_stem *stem = level->find_stem(symbol.stem, symbol.stem_hash)) {
+        bool by_key = symbol.whole_stem || (stem->key && stem->key->state == RX_EXPOSED);
+        var = by_key ? stem->key : find_tail(*stem, tails);
+    }
+    return var && var->state == RX_EXPOSED ? rx_owner_of(*var) : level;
+}
+
+} // namespace
+
 void rx_expose(const rx_symbol &symbol) {
     rx_level *level = rx_scope->level;
     rx_var *var;
+    resolved_tails tails;
     if (!symbol.compound()) {
         var = level->find(symbol.name, symbol.hash);
         if (var) var->generation++;
@@ -403,7 +421,6 @@ void rx_expose(const rx_symbol &symbol) {
     } else {
         rx_stem *stem = level->find_stem(symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
-        resolved_tails tails;
         if (!symbol.whole_stem) resolve_tails(symbol, tails);
         var = symbol.whole_stem ? stem->key : find_tail(*stem, tails);
         if (var) var->generation++;
@@ -411,6 +428,7 @@ void rx_expose(const rx_symbol &symbol) {
     }
     drop_entry(*var);
     var->state = RX_EXPOSED;
+    rx_set_owner(*var, owner_in(level->older, symbol, tails));
     rx_new_serial();
 }
 

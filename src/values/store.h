@@ -33,8 +33,9 @@ struct rx_var {
     uint32_t generation = 0;  ///< assignments to the entry after the first
     uint32_t order;           ///< order of entry in its level
     uint32_t name_length;     ///< of an array element: the number that is its tail
+    uint32_t pins = 0;        ///< how many rx_pin hold the value, usually none
     rx_var_state state = RX_DROPPED;
-    uint8_t pins = 0;         ///< how many rx_pin hold the value, usually none
+    bool remembered = false;  ///< set by the word functions, which remember a text's words; cleared by every writer
 };
 
 struct rx_level;
@@ -88,6 +89,7 @@ void rx_save_pinned(rx_var &var);
 /// The record of a set entry, for changing it. Saves the old value for whoever pinned it.
 inline rx_value &rx_var_writable(rx_var &var) {
     if (var.pins) [[unlikely]] rx_save_pinned(var);
+    var.remembered = false;
     return var.value;
 }
 

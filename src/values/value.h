@@ -33,7 +33,7 @@ struct rx_value {
 
     rx_kind kind = RX_NONE;
     rx_storage storage = RX_INLINE;
-    /// A number: rounding to this many digits or more is known to leave it as it is; 0: not known.
+    /// A number: rounding to this many digits or more is known to leave it as it is (1: it is whole); 0: not known.
     uint8_t rounded = 0;
     union {
         int32_t decimals; ///< of a number
@@ -108,7 +108,9 @@ inline rx_value rx_number(double real, int32_t decimals = 0) {
 
 /// A truth value as the operators give it: the number 0 or 1, no decimals restored.
 inline rx_value rx_truth(bool truth) {
-    return rx_number(truth ? 1.0 : 0.0, -1);
+    rx_value value = rx_number(truth ? 1.0 : 0.0, -1);
+    value.rounded = 1;
+    return value;
 }
 
 /// A string with a copy of the text.

@@ -401,7 +401,7 @@ TEST(numeric_instruction, checks_fuzz_and_form) {
               "26 Expression evaluates to \"9\"; must be a positive integer < 9.");
     EXPECT_EQ(error_of([] { rx_numeric_fuzz(rx_number(-1)); }),
               "26 Expression evaluates to \"-1\"; must be a positive integer < 9.");
-    EXPECT_EQ(error_of([] { rx_numeric_fuzz(rx_string("")); }), "26 Expression evaluates to \"\"");
+    EXPECT_EQ(error_of([] { rx_numeric_fuzz(rx_string("")); }), "26 Expression evaluates to \"\".");
     rx_numeric_fuzz(rx_value());
     EXPECT_EQ(rx_numeric->fuzz, 0);
     rx_numeric_form(rx_string("engineering"));

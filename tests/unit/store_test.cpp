@@ -55,7 +55,7 @@ TEST_F(store, showing_tells_every_state) {
     rx_expose(symbol("A"));
     EXPECT_EQ(rx_show_vars(0), "\n.......... show: level 0\n\n\"A\" is EXPOSED\n");
     set("A", "x");
-    EXPECT_EQ(rx_show_vars(1), "\n.......... show: level 0\n\n\"A\" = \"x\"\n" + std::string());
+    EXPECT_EQ(rx_show_vars(1), "\n.......... show: level 1\n\n\"A\" = \"x\"\n");
 }
 
 TEST_F(store, dense_and_sparse_tails_are_one_namespace) {
