@@ -10,34 +10,6 @@ namespace {
 /// Texts from this length on are lent instead of copied.
 constexpr size_t lending_length = 256;
 
-/// The text of a variable that is long enough to be lent.
-bool is_long_variable(const rx_expr &node) {
-    if (node.type != SYMBOL || node.symbol->environment) return false;
-    const rx_value *value = rx_var_peek(*node.symbol);
-    return value && value->kind == RX_STRING && value->length >= lending_length && value->storage == RX_HEAP;
-}
-
-/// True for an expression whose evaluation can't change a variable.
-bool leaves_variables_alone(const rx_expr *node) {
-    if (!node) return true;
-    switch (node->type) {
-    case STRING:
-    case VIDE: return true;
-    case SYMBOL: return node->text.find('$') == std::string_view::npos;
-    case OP_NODE: break;
-    default: return false;
-    }
-    const rx_op &op = *node->op;
-    return !op.calls && (op.kind == RX_MONADIC || op.kind == RX_DYADIC) && leaves_variables_alone(op.a.node) &&
-           leaves_variables_alone(op.b.node);
-}
-
-/// A string without a text of its own.
-rx_value lend(const rx_value &value) {
-    if (value.kind != RX_STRING || value.storage != RX_HEAP) return rx_copy_value(value);
-    return rx_borrowed(value.text());
-}
-
 bool is_symbol_byte(char c) {
     return rx_is_symbol_char(c) || c == '\xA8';
 }
@@ -45,41 +17,40 @@ bool is_symbol_byte(char c) {
 } // namespace
 
 bu_args::bu_args(const rx_expr *arguments, const char *function_name, unsigned names)
-    : list(arguments), name(function_name) {
-    if (!lend_arguments(names)) rx_eval_args(arguments, values);
+    : list(arguments), name(function_name), names_(names) {
+    values.list = list;
+    for (const rx_expr *node = list; node; node = node->next) values.count++;
+    if (values.count > values.few.size()) values.more.resize(values.count);
+    evaluate(list, 0, *rx_call_level);
 }
 
-/// Evaluates the arguments one by one when that differs from the ordinary way: a long variable is lent, a name isn't
-/// evaluated. False when nothing was done.
-bool bu_args::lend_arguments(unsigned names) {
-    size_t count = 0, last_disturbing = 0;
-    bool long_variable = false;
-    for (const rx_expr *node = list; node; node = node->next) {
-        count++;
-        if (node->type == SYMBOL && !long_variable) long_variable = is_long_variable(*node);
-    }
-    if (!names && !long_variable) return false;
-    bool lending = long_variable && rx_settings->traps[RX_NOVALUE] == RX_TRAP_OFF;
-    size_t i = 0;
-    for (const rx_expr *node = list; node; node = node->next) {
-        i++;
-        if (!leaves_variables_alone(node)) last_disturbing = i;
-    }
-    int level = *rx_call_level;
-    values.list = list;
-    values.count = count;
-    if (count > values.few.size()) values.more.resize(count);
-    i = 0;
-    for (const rx_expr *node = list; node; node = node->next, i++) {
-        if (node->type == VIDE || (names >> i & 1)) continue;
-        if (lending && i >= last_disturbing && is_long_variable(*node)) {
-            rx_value scratch;
-            values[i] = lend(rx_view(node, level, scratch));
-        } else {
+/// Evaluates the arguments from number `i` on. Those behind a long variable are evaluated while it is pinned; its text
+/// is lent when none of them has changed it.
+void bu_args::evaluate(const rx_expr *node, size_t i, int level) {
+    for (; node; node = node->next, i++) {
+        if (node->type == VIDE || (i < 32 && (names_ >> i & 1))) continue;
+        if (node->type != SYMBOL) {
             values[i] = do_exec(node, level);
+            continue;
+        }
+        rx_value scratch;
+        const rx_value &value = rx_view(node, level, scratch);
+        if (&value == &scratch) {
+            values[i] = std::move(scratch);
+        } else if (value.kind != RX_STRING || value.length < lending_length) [[likely]] {
+            values[i] = rx_copy_value(value);
+        } else {
+            rx_var *var = node->symbol->environment ? nullptr : rx_var_find(*node->symbol);
+            if (!var || &var->value != &value || value.storage != RX_HEAP) {
+                values[i] = rx_copy_value(value);
+                continue;
+            }
+            rx_pin pin(*var);
+            evaluate(node->next, i + 1, level);
+            values[i] = pin.untouched() ? rx_borrowed(value.text()) : rx_copy_value(pin.value());
+            return;
         }
     }
-    return true;
 }
 
 rx_var *bu_args::lender(size_t i) const {
@@ -90,7 +61,7 @@ rx_var *bu_args::lender(size_t i) const {
     if (node->type != SYMBOL) return nullptr;
     rx_var *var = rx_var_find(*node->symbol);
     bool its_own = var && var->state == RX_SET && var->value.is_string() && var->value.data() == value.data();
-    return its_own ? var : nullptr; // else the text of a stem's default
+    return its_own ? var : nullptr;
 }
 
 void bu_args::expect(size_t least, size_t most, size_t mandatory, const char *complaint) {

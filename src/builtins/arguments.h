@@ -7,7 +7,7 @@
 // their handlers.
 //
 // A number that was asked for as a number is one from then on: its text is the formatter's. A long text that a
-// variable holds isn't copied as long as the later arguments can't change the variable, so that a loop which looks at
+// variable holds is lent instead of copied unless a later argument changes the variable, so that a loop which looks at
 // a long text piece by piece takes linear time. A handler that assigns variables reads its arguments before.
 #pragma once
 
@@ -96,8 +96,9 @@ struct bu_args {
     [[noreturn]] void fail(size_t i, std::string_view complaint, int error = 40) const;
 
 private:
-    bool lend_arguments(unsigned names);
+    void evaluate(const rx_expr *node, size_t i, int level);
 
+    unsigned names_;
     rx_number_buffer buffers_[5];
 };
 

@@ -247,8 +247,10 @@ rx_value civil_time(const rx_local_time &time) {
 /// time([option])
 /// The time of the clause: C as in "1:05pm", H the hour, L with microseconds, M minutes since midnight, N as in
 /// 13:05:09 (the default), S seconds since midnight; or seconds of the routine's elapsed clock, which the first call
-/// starts: E, and R, which starts it anew. Result: number for E, H, M, R and S; string otherwise Errors: 40 for a wrong
-/// count or an unknown option Example: time('e') -> 0
+/// starts: E, and R, which starts it anew.
+/// Result: number for E, H, M, R and S; string otherwise
+/// Errors: 40 for a wrong count or an unknown option
+/// Example: time('e') -> 0
 rx_value bu_time(const rx_expr *list) {
     bu_args args(list, "TIME", 0, 1, "must receive 1 argument.");
     const clause_clock &clock = clause_time();
@@ -295,8 +297,10 @@ int number_argument(bu_args &args, size_t i) {
 
 /// utime(file, day, month, year, hour, minute, second)
 /// Sets a file's times of last change and last use to a local time; seconds are rounded down to even ones, years go
-/// from 1980 to 2107. Result: number Errors: 40 for a wrong count, a file that can't be opened or an invalid time; 41
-/// for what is no number Example: f = `'mktemp'`; r = utime(f, 1, 1, 2024, 12, 0, 0); 'rm' f; r -> 0
+/// from 1980 to 2107.
+/// Result: number
+/// Errors: 40 for a wrong count, a file that can't be opened or an invalid time; 41 for what is no number
+/// Example: f = `'mktemp'`; r = utime(f, 1, 1, 2024, 12, 0, 0); 'rm' f; r -> 0
 rx_value bu_utime(const rx_expr *list) {
     bu_args args(list, "UTIME", 7, 7, "must receive 7 arguments.");
     std::string path = rx_expand_name(args.text(0));

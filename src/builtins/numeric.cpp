@@ -139,7 +139,7 @@ rx_value bu_random(const rx_expr *list) {
     const char *complaints[3] = {"argument 1 must be a whole number.", "argument 2 must be a whole number.",
                                  "argument 3 must be a whole number."};
     for (size_t i = 0; i < 3; i++)
-        if (args.given(i)) numbers[i] = args.whole(i, BU_EXACT, -HUGE_VAL, complaints[i], complaints[i]);
+        if (args.given(i)) numbers[i] = args.whole(i, BU_EXACT, -1e300, complaints[i], complaints[i]);
     double min = args.count() == 1 ? 0 : numbers[0];
     double max = args.count() == 1 && args.given(0) ? numbers[0] : numbers[1];
     if (min > max) args.fail(0, "argument 1 must be lower than argument 2.");

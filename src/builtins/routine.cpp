@@ -27,6 +27,12 @@ rx_value routine_argument(size_t n) {
 /// Errors: 40 for a wrong count, an n that isn't whole and 0 or more, another option, an option without n
 /// Example: arg(1, 'O') -> 1
 rx_value bu_arg(const rx_expr *list) {
+    // arg(1) and its like are the commonest calls of all: a constant needs no checks.
+    if (list && !list->next && list->type == STRING && list->literal->number) {
+        double n = list->literal->number->real;
+        if (n >= 1 && n <= static_cast<double>(rx_args->count) && rx_is_whole(n))
+            return routine_argument(static_cast<size_t>(n));
+    }
     bu_args args(list, "ARG");
     args.expect(1, 2, 0, "must receive 1 or 2 arguments.");
     if (!args.given(0)) {

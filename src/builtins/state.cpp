@@ -93,7 +93,7 @@ rx_value bu_condition(const rx_expr *list) {
 rx_value bu_cvtails(const rx_expr *list) {
     bu_args args(list, "CVTAILS", 1, 1, "must receive 1 argument.");
     std::string stem = rx_folded(args.text(0));
-    if (!bu_is_variable_name(stem)) args.fail(0, std::string(args.text(0)) + " is not a valid REXX symbol.");
+    if (!bu_is_variable_name(stem)) args.fail(0, stem + " is not a valid REXX symbol.");
     if (!stem.ends_with('.')) stem += '.';
     return rx_string(rx_list_tails(stem));
 }

@@ -21,8 +21,10 @@ rx_value without_waste(rx_value &&line) {
     return wasteful ? rx_string(line.text()) : std::move(line);
 }
 
-/// A decimal integer at the start of a text; false when there is none. Huge ones stand for any that is too large.
+/// A decimal integer at the start of a text, behind white space; false when there is none. Huge ones stand for any that
+/// is too large.
 bool read_integer(std::string_view text, long long &number) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
     bool minus = text.starts_with('-');
     if (minus || text.starts_with('+')) text.remove_prefix(1);
     if (text.empty() || !rx_is_digit(text[0])) return false;

@@ -23,8 +23,9 @@ struct piece {
     rx_value value;
 };
 
-/// `s = s || ...` (the value joins something) where S is a simple variable that holds a string: appends to S where it stands, so that building a
-/// text piece by piece takes time proportional to its length. False when the clause is something else.
+/// `s = s || ...` (the value joins something) where S is a simple variable that holds a string: appends to S where it
+/// stands, so that building a text piece by piece takes time proportional to its length. False when the clause is
+/// something else.
 [[gnu::noinline]] bool append_in_place(const rx_assign_clause &clause) {
     const rx_symbol &target = *clause.target->symbol;
     if (target.compound() || target.environment) return false;
@@ -59,8 +60,10 @@ struct piece {
         if (pieces[i].blank) rx_append(text, " ");
         rx_append(text, pieces[i].value.text());
     }
-    if (in_place) var->generation++;
-    else rx_var_assign(target, std::move(base));
+    if (in_place)
+        var->generation++;
+    else
+        rx_var_assign(target, std::move(base));
     return true;
 }
 
@@ -91,8 +94,8 @@ size_t index_of(const rx_expr *node, int level, const char *which) {
 }
 
 /// Overwrites a part of the variable's text, repeating or cutting the value to fit.
-[[gnu::noinline]] void assign_part(const rx_assign_clause &clause, rx_value &&value, int level) {
-    const rx_symbol &target = *clause.target->symbol;
+[[gnu::noinline]] void assign_part(const rx_assign_clause &clause, const rx_symbol &target, rx_value &&value,
+                                   int level) {
     size_t first = clause.from ? index_of(clause.from, level, "first") : 0;
     size_t last = clause.to ? index_of(clause.to, level, "second") : 0;
     rx_number_buffer buffer;
@@ -102,6 +105,8 @@ size_t index_of(const rx_expr *node, int level, const char *which) {
     rx_var *var = rx_var_find(target);
     if (!var || var->state != RX_SET) {
         // An unset variable begins as what reading it yields.
+        rx_error.line = clause.target->line;
+        rx_error.column = clause.target->column;
         rx_value scratch;
         rx_value start = rx_to_string(rx_copy_value(rx_var_get(target, scratch)));
         var = &rx_var_entry(target);
@@ -138,9 +143,40 @@ void trace_target(const rx_assign_clause &clause, int level) {
     if (name != target.name) rx_trace_compound(level, target.name, name);
 }
 
+/// True when evaluating the right side or an index can run other code, which could change a tail of the target: then
+/// the target is resolved ahead.
+bool runs_code(const rx_expr *node) {
+    return node && node->type == OP_NODE && node->op->calls;
+}
+/// An index that is a variable turns into a number when it is read.
+bool may_change(const rx_expr *index) {
+    return index && (index->type == SYMBOL || runs_code(index));
+}
+bool resolves_ahead(const rx_assign_clause &clause) {
+    const rx_symbol &target = *clause.target->symbol;
+    if (!target.compound() || target.whole_stem) return false;
+    return runs_code(clause.value) || may_change(clause.from) || may_change(clause.to) ||
+           rx_settings->traps[RX_NOVALUE] == RX_TRAP_CALL;
+}
+
 /// The name of an assigned variable as a trace line shows it.
 std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
+}
+
+/// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.
+void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int level) {
+    rx_value value = right_side(clause.value, level);
+    if (clause.from || clause.to) return assign_part(clause, target, std::move(value), level);
+    if (level && rx_settings->trace & (TRACE_I | TRACE_R)) {
+        rx_number_buffer buffer;
+        rx_trace_assignment(level, shown_name(target), rx_arg_text(value, buffer));
+    }
+    if (target.serial == rx_scope->serial && target.var) {
+        target.var->generation++;
+        return rx_var_store(*target.var, std::move(value));
+    }
+    rx_var_assign(target, std::move(value));
 }
 
 } // namespace
@@ -154,18 +190,11 @@ void rx_assign(const rx_assign_clause &clause) {
     if (shown.level == 0 && !indexed && clause.value && joins(clause.value) && append_in_place(clause)) return;
     if (shown.level) trace_target(clause, shown.level);
 
-    rx_value value = right_side(clause.value, shown.level);
-    if (indexed) {
-        assign_part(clause, std::move(value), shown.level);
-        return;
+    if (resolves_ahead(clause)) [[unlikely]] {
+        std::string name = rx_resolve_name(target);
+        rx_resolved_symbol resolved(name);
+        assign_value(clause, resolved.symbol, shown.level);
+    } else {
+        assign_value(clause, target, shown.level);
     }
-    if (shown.level && rx_settings->trace & (TRACE_I | TRACE_R)) {
-        rx_number_buffer buffer;
-        rx_trace_assignment(shown.level, shown_name(target), rx_arg_text(value, buffer));
-    }
-    if (target.serial == rx_scope->serial && target.var && !target.environment) {
-        target.var->generation++;
-        return rx_var_store(*target.var, std::move(value));
-    }
-    rx_var_assign(target, std::move(value));
 }

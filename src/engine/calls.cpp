@@ -232,7 +232,7 @@ void rx_call_handler(std::string_view name) {
     rx_invoke(&call, 0);
 }
 
-void rx_call(const rx_call_clause &clause) {
+[[gnu::noinline]] void rx_call(const rx_call_clause &clause) {
     rx_error.line = clause.call->name->line;
     rx_shown shown;
     if (rx_settings->trace & (TRACE_CLAUSES | TRACE_L)) [[unlikely]]

@@ -56,7 +56,7 @@ int show_again(int level, unsigned line) {
 
 } // namespace
 
-rx_flow rx_select(const rx_select_clause &clause) {
+[[gnu::noinline]] rx_flow rx_select(const rx_select_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return scan_select(clause);
     const rx_clause_cell *arm = nullptr;

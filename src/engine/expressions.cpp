@@ -34,7 +34,7 @@ void trace_symbol(const rx_expr *node, const rx_value &value, int level) {
 
 const rx_value &read_symbol(const rx_expr *node, int level, rx_value &scratch) {
     const rx_symbol &symbol = *node->symbol;
-    const rx_value *ready = symbol.environment ? nullptr : rx_var_cached(symbol);
+    const rx_value *ready = rx_var_cached(symbol);
     if (!ready) ready = rx_var_peek(symbol);
     if (ready && !rx_intermediates(level)) return *ready;
     // A symbol that turns out to be unset is reported where it stands.
@@ -198,7 +198,7 @@ rx_value do_exec(const rx_expr *node, int level) {
         return level == 0 && rx_try_quick(node, plain) ? rx_value_of(plain) : run_operator(node, level);
     }
     if (node->type == STRING) return rx_copy_value(*node->literal->text);
-    if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0 && !node->symbol->environment)
+    if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0)
         return rx_copy_value(*value);
     rx_value scratch;
     const rx_value &value = read_symbol(node, level, scratch);

@@ -86,6 +86,11 @@ rx_flow do_count(const rx_do_clause &loop, int level) {
     return run_rounds(loop, level, plain_words, false, [&] { return round < count; }, [&] { round++; });
 }
 
+/// A control variable is assigned like any other.
+void check_control(const rx_do_clause &loop) {
+    if (loop.control->symbol->bad_name) rx_raise_at(loop.control->line, loop.control->column, 31);
+}
+
 rx_flow do_words(const rx_do_clause &loop, int level) {
     rx_value text = rx_to_string(do_exec(loop.expr, level));
     if (level) rx_trace_result(level, text.text());
@@ -94,6 +99,7 @@ rx_flow do_words(const rx_do_clause &loop, int level) {
     auto next_word = [&] {
         size_t start = left.find_first_not_of(separators);
         if (start == std::string_view::npos) return false;
+        check_control(loop);
         left.remove_prefix(start);
         size_t end = std::min(left.find_first_of(separators), left.size());
         rx_var_assign(*loop.control->symbol, rx_string(left.substr(0, end)));
@@ -168,10 +174,10 @@ void begin(controlled &state) {
     const rx_do_clause &loop = state.loop;
     rx_value start = do_exec(loop.expr, state.level), number;
     if (!rx_number_of(start, number)) refuse_control(state, start, 26);
-    if (loop.control->symbol->bad_name) rx_raise_at(loop.control->line, loop.control->column, 31);
     for (rx_do_phrase phrase : loop.order) {
         if (phrase != DO_NO_PHRASE) evaluate_phrase(state, phrase);
     }
+    check_control(loop);
     rx_value value = start_value(number.real);
     if (state.level) {
         rx_number_buffer buffer;
@@ -196,7 +202,7 @@ double guarded(double value) {
     if (digits >= 15 || value == 0) return value;
     double limit = rx_tens(digits - 1);
     double size = std::fabs(value);
-    if (digits > 1 && size <= limit) return value;
+    if (digits > 1 && size <= limit) [[likely]] return value;
     if (rx_is_whole(value) && size < limit * 10) return value;
     rx_number_buffer buffer;
     double read;
@@ -220,7 +226,9 @@ void step(controlled &state) {
         rx_var_assign(control_of(state), rx_string(text));
     } else {
         rx_value &record = rx_var_writable(*var);
-        record = rx_number(state.current);
+        if (!record.is_number()) record = rx_number(0);
+        record.real = state.current;
+        record.decimals = 0;
         record.rounded = rx_is_whole(state.current);
         state.generation = ++var->generation;
     }
@@ -239,7 +247,7 @@ rx_flow do_controlled(const rx_do_clause &loop, int level) {
 
 } // namespace
 
-rx_flow rx_do(const rx_do_clause &loop) {
+[[gnu::noinline]] rx_flow rx_do(const rx_do_clause &loop) {
     rx_shown shown = rx_show_clause(&loop);
     if (shown.skip) {
         rx_flow flow = rx_run_clauses(loop.body);

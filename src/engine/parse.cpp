@@ -11,6 +11,7 @@
 #include "platform/strings.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -142,9 +143,39 @@ private:
         std::memcpy(&second, from + 8, 8);
         std::memcpy(to, &first, 8);
         std::memcpy(to + 8, &second, 8);
+    } else if (length >= 8) {
+        uint64_t head, tail;
+        std::memcpy(&head, from, 8);
+        std::memcpy(&tail, from + length - 8, 8);
+        std::memcpy(to, &head, 8);
+        std::memcpy(to + length - 8, &tail, 8);
+    } else if (length >= 4) {
+        uint32_t head, tail;
+        std::memcpy(&head, from, 4);
+        std::memcpy(&tail, from + length - 4, 4);
+        std::memcpy(to, &head, 4);
+        std::memcpy(to + length - 4, &tail, 4);
     } else {
         for (size_t i = 0; i < length; i++) to[i] = from[i];
     }
+}
+
+/// The place of the first blank in a part of a text, or the part's end. Eight bytes are looked at at once as long as
+/// the text has them: after the exclusive or a blank is a zero byte, and the subtraction carries out of the first zero
+/// into its highest bit.
+[[gnu::always_inline]] inline size_t find_blank(std::string_view text, size_t from, size_t end) {
+    constexpr uint64_t blanks = 0x2020202020202020, ones = 0x0101010101010101, highest = 0x8080808080808080;
+    while (std::endian::native == std::endian::little && from + 8 <= text.size()) {
+        uint64_t bytes;
+        std::memcpy(&bytes, text.data() + from, 8);
+        bytes ^= blanks;
+        if (uint64_t zeros = (bytes - ones) & ~bytes & highest)
+            return std::min(end, from + static_cast<size_t>(std::countr_zero(zeros)) / 8);
+        from += 8;
+        if (from >= end) return end;
+    }
+    while (from < end && text[from] != ' ') from++;
+    return from;
 }
 
 /// Puts a text in a record whose present text isn't worth keeping: in its buffer when that fits without waste. The text
@@ -194,9 +225,10 @@ struct template_walk {
     const rx_parse_clause &clause;
     parsed_text &source;
     int level;
-    size_t start = 0;         ///< of the next field
-    bool found = false;       ///< a pattern that is written out was found at the stop
-    long long last_match = 0; ///< where relative positions count from; may lie outside the text
+    bool watched = level != 0 || clause.upper; ///< more is to be done for a field than to store it
+    size_t start = 0;                          ///< of the next field
+    bool found = false;                        ///< a pattern that is written out was found at the stop
+    long long last_match = 0;                  ///< where relative positions count from; may lie outside the text
 
     size_t size() const { return source.text.size(); }
 
@@ -273,8 +305,7 @@ struct template_walk {
     void assign(const rx_template_item *item, const rx_template_item *cut, size_t stop) {
         for (; item + 1 < cut; item++) {
             while (start < stop && source.text[start] == ' ') start++;
-            size_t end = start;
-            while (end < stop && source.text[end] != ' ') end++;
+            size_t end = find_blank(source.text, start, stop);
             put(*item, start, end);
             start = std::min(end + 1, stop);
         }
@@ -288,8 +319,8 @@ struct template_walk {
     [[gnu::always_inline]] void put(const rx_template_item &item, size_t from, size_t to) {
         const rx_symbol *symbol = item.symbol;
         rx_var *var = symbol->var;
-        bool special = level || item.step == step::placeholder || symbol->serial != rx_scope->serial || !var ||
-                       var->pins || symbol->environment || clause.upper;
+        bool special =
+            item.step != step::variable || watched || symbol->serial != rx_scope->serial || !var || var->pins;
         std::string_view field(source.text.data() + from, to - from);
         if (special) [[unlikely]]
             return put_special(item, field);
@@ -299,11 +330,12 @@ struct template_walk {
     }
 
     void put_special(const rx_template_item &item, std::string_view field) {
+        bool assigns = item.step != step::placeholder;
         if (level) {
             std::string copy(field);
-            if (item.step == step::variable) assign_field(item, copy, clause.upper);
+            if (assigns) assign_field(item, copy, clause.upper);
             trace_field(item, copy, clause.upper, level);
-        } else if (item.step == step::variable) {
+        } else if (assigns) {
             assign_field(item, field, clause.upper);
         }
         source.settle();
@@ -351,8 +383,7 @@ struct template_walk {
 
     void run(const rx_template_item *item) {
         for (;;) {
-            const rx_template_item *cut = item;
-            while (cut->step <= step::placeholder) cut++;
+            const rx_template_item *cut = item + item->targets;
             if (cut != item) assign(item, cut, find_stop(*cut));
             if (cut->step == step::end) return;
             pass(*cut);

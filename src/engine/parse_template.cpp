@@ -67,9 +67,13 @@ struct template_reader {
     }
 
     void symbol() {
-        bool placeholder = token->text == ".";
-        item.step = placeholder ? rx_template_step::placeholder : rx_template_step::variable;
-        item.symbol = token->symbol;
+        const rx_symbol &symbol = *token->symbol;
+        bool odd = symbol.compound() || symbol.environment || symbol.bad_name;
+        if (token->text == ".")
+            item.step = rx_template_step::placeholder;
+        else
+            item.step = odd ? rx_template_step::odd_variable : rx_template_step::variable;
+        item.symbol = &symbol;
         token = next_token(token);
     }
 
@@ -100,4 +104,9 @@ void rx_read_template(const rx_expr *token, std::vector<rx_template_item> &items
         items.push_back(reader.item);
     }
     items.push_back({.step = rx_template_step::end, .token = token});
+    uint32_t in_a_row = 0;
+    for (auto item = items.rbegin(); item != items.rend(); ++item) {
+        in_a_row = item->step <= rx_template_step::placeholder ? in_a_row + 1 : 0;
+        item->targets = in_a_row;
+    }
 }

@@ -9,13 +9,14 @@
 #include <vector>
 
 enum class rx_template_step : uint8_t {
-    variable,
-    placeholder, ///< "."
-    pattern,     ///< a text to look for
-    position,    ///< 5 and =5
-    forward,     ///< +5
-    backward,    ///< -5
-    comma,       ///< the next argument
+    variable,     ///< a simple variable
+    odd_variable, ///< one that takes more to assign: a compound, a stem, a "$" name, a name that can't be assigned
+    placeholder,  ///< "."
+    pattern,      ///< a text to look for
+    position,     ///< 5 and =5
+    forward,      ///< +5
+    backward,     ///< -5
+    comma,        ///< the next argument
     end,
     unknown, ///< nothing that a template can hold; error 38 when it is its turn
     broken   ///< the beginning of a pattern or position that isn't complete; `number` is the error
@@ -23,6 +24,7 @@ enum class rx_template_step : uint8_t {
 
 struct rx_template_item {
     rx_template_step step = rx_template_step::end;
+    uint32_t targets = 0;              ///< how many variables and placeholders stand in a row from here on
     const rx_expr *token = nullptr;    ///< where errors are shown
     const rx_symbol *symbol = nullptr; ///< the variable; of a cut: the one in parentheses that gives the text or number
     std::string_view text = {};        ///< of a pattern that is written out

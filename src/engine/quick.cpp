@@ -43,7 +43,7 @@ rx_plain refused() {
     return rx_no_plain(rx_arithmetic_fault::not_a_number);
 }
 
-rx_plain value_of(const rx_value *value) {
+[[gnu::noinline]] rx_plain value_of(const rx_value *value) {
     if (value) {
         if (value->is_number()) [[likely]] return rx_plain_of(*value);
         if (double real; value->is_string() && rx_short_integer(value->text(), real))
@@ -61,7 +61,8 @@ inline rx_plain operand(const rx_operand &operand, int digits) {
     case STRING: return rx_plain_of(*operand.node->literal->number);
     case SYMBOL: {
         const rx_symbol &symbol = *operand.node->symbol;
-        const rx_value *value = symbol.environment ? nullptr : rx_var_cached(symbol);
+        const rx_value *value = rx_var_cached(symbol);
+        if (value && value->is_number()) [[likely]] return rx_plain_of(*value);
         return value_of(value ? value : rx_var_peek(symbol));
     }
     default: return run_node(*operand.node->op, digits);

@@ -69,7 +69,7 @@ rx_flow rx_exit(const rx_expr_clause &clause) {
     throw rx_jmp_exit{};
 }
 
-rx_flow rx_return(const rx_expr_clause &clause) {
+[[gnu::noinline]] rx_flow rx_return(const rx_expr_clause &clause) {
     if (rx_walk->call_depth <= 1) return rx_exit(clause);
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return rx_flow::next;
@@ -124,7 +124,7 @@ void rx_drop_clause(const rx_names_clause &clause) {
     for_each_name(clause.names, false, rx_drop);
 }
 
-void rx_procedure(const rx_names_clause &clause) {
+[[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip || rx_walk->call_depth <= 1) return;
     if (!rx_settings->procedure) {

@@ -25,28 +25,20 @@ rx_flow loop_exit(const rx_name_clause &clause, rx_flow flow) {
     return flow;
 }
 
-rx_flow run_clause(const rx_clause *clause) {
+/// The kinds that don't stand in inner loops; out of line, so that the frame of the walk stays small.
+[[gnu::noinline]] rx_flow run_other_clause(const rx_clause *clause) {
     switch (clause->kind) {
     case CL_COMMAND: return rx_command(as<rx_expr_clause>(clause).expr, -1, clause->line, false);
     case CL_SAYX: return rx_command(as<rx_expr_clause>(clause).expr, -1, clause->line, true);
-    case CL_ASSIGN: rx_assign(as<rx_assign_clause>(clause)); break;
-    case CL_IF: return rx_if(as<rx_if_clause>(clause));
     case CL_SAY:
     case CL_SAYN:
     case CL_SAYR: rx_say(as<rx_expr_clause>(clause)); break;
-    case CL_DO: return rx_do(as<rx_do_clause>(clause));
     case CL_LEAVE: return loop_exit(as<rx_name_clause>(clause), rx_flow::leave);
     case CL_ITERATE: return loop_exit(as<rx_name_clause>(clause), rx_flow::iterate);
-    case CL_SELECT: return rx_select(as<rx_select_clause>(clause));
-    case CL_LABEL: label(clause); break;
     case CL_EXIT: return rx_exit(as<rx_expr_clause>(clause));
-    case CL_RETURN: return rx_return(as<rx_expr_clause>(clause));
     case CL_SIGNAL: return rx_signal(as<rx_signal_clause>(clause));
-    case CL_CALL: rx_call(as<rx_call_clause>(clause)); break;
     case CL_PUSH:
     case CL_QUEUE: rx_push(as<rx_expr_clause>(clause)); break;
-    case CL_PROCEDURE: rx_procedure(as<rx_names_clause>(clause)); break;
-    case CL_PARSE: rx_parse(as<rx_parse_clause>(clause)); break;
     case CL_ADDRESS: return rx_address(as<rx_address_clause>(clause));
     case CL_DROP: rx_drop_clause(as<rx_names_clause>(clause)); break;
     case CL_INTERPRET: return rx_interpret(as<rx_expr_clause>(clause));
@@ -56,6 +48,23 @@ rx_flow run_clause(const rx_clause *clause) {
     case CL_SOURCE_BREAK: break;
     case CL_TRACE: rx_trace_instruction(as<rx_trace_clause>(clause)); break;
     case CL_CD: rx_cd(as<rx_expr_clause>(clause)); break;
+    default: break;
+    }
+    return rx_flow::next;
+}
+
+inline rx_flow run_clause(const rx_clause *clause) {
+    switch (clause->kind) {
+    case CL_ASSIGN: rx_assign(as<rx_assign_clause>(clause)); break;
+    case CL_IF: return rx_if(as<rx_if_clause>(clause));
+    case CL_DO: return rx_do(as<rx_do_clause>(clause));
+    case CL_SELECT: return rx_select(as<rx_select_clause>(clause));
+    case CL_LABEL: label(clause); break;
+    case CL_RETURN: return rx_return(as<rx_expr_clause>(clause));
+    case CL_CALL: rx_call(as<rx_call_clause>(clause)); break;
+    case CL_PROCEDURE: rx_procedure(as<rx_names_clause>(clause)); break;
+    case CL_PARSE: rx_parse(as<rx_parse_clause>(clause)); break;
+    default: return run_other_clause(clause);
     }
     return rx_flow::next;
 }
@@ -105,7 +114,10 @@ rx_flow rx_run_clauses(const rx_clause_cell *cell) {
         }
         // What a RETURN or LEAVE has left behind must not meet a HALT handler: its turn comes behind the jump.
         if (flow != rx_flow::next) return flow;
-        if (rx_halt_pending) [[unlikely]] rx_halt_poll();
+        if (rx_halt_pending) [[unlikely]] {
+            rx_error.line = clause->line;
+            rx_halt_poll();
+        }
         cell = cell->next;
     }
     return rx_flow::next;
@@ -125,6 +137,7 @@ rx_flow rx_run_block(const rx_clause_cell *cell, const rx_build_frame *frame) {
             flow = rx_flow::returned;
         }
         if (flow == rx_flow::signalled && !rx_walk->interpret_depth && !rx_walk->interactive) {
+            rx_close_stack_reserve();
             cell = rx_walk->signal_target;
             frame = rx_walk->signal_frame;
             continue;

@@ -57,7 +57,13 @@ void trampoline() {
 } // namespace
 
 void rx_open_stack_reserve() {
-    rx_stack_limit = stack_base + (rx_stack_limit - stack_base) / 2;
+    char *lower = stack_base + (rx_stack_limit - stack_base) / 2;
+    if (lower >= stack_base + stack_reserve / 8) rx_stack_limit = lower;
+}
+
+void rx_close_stack_reserve() {
+    if (static_cast<char *>(__builtin_frame_address(0)) > stack_base + 2 * stack_reserve)
+        rx_stack_limit = stack_base + stack_reserve;
 }
 
 void rx_on_interpreter_stack(void (*body)(void *), void *argument) {

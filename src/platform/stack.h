@@ -11,9 +11,11 @@ void rx_on_interpreter_stack(void (*body)(void *), void *argument);
 /// The address below which the stack in force counts as used up.
 inline constinit char *rx_stack_limit = nullptr;
 
-/// Gives the handler of a used-up stack half of what was kept free. The caller puts rx_stack_limit back when the routine
-/// that the handler runs in has ended.
+/// Gives the handler of a used-up stack half of what was kept free, as long as enough is left.
 void rx_open_stack_reserve();
+
+/// Takes that back once the stack isn't deep any more; called where a signal is taken up.
+void rx_close_stack_reserve();
 
 inline bool rx_stack_used_up() {
     return static_cast<char *>(__builtin_frame_address(0)) < rx_stack_limit;

@@ -1,10 +1,10 @@
 // Arithmetic on plain numbers: what the operators do once their operands are known to be numbers. It stands in a header
 // because the expression walk computes whole subtrees of numbers with it, without making values in between.
 //
-// An operand with a fractional part is rounded at one digit more than NUMERIC DIGITS, a result at NUMERIC DIGITS. A number
-// remembers how many digits it is known to be rounded to, so that a result isn't rounded a second time when it becomes
-// an operand. Whole numbers are never rounded: they are known to be rounded to one digit, and two of them take the
-// short way through sum, difference and product, for what comes out is whole again.
+// An operand with a fractional part is rounded at one digit more than NUMERIC DIGITS, a result at NUMERIC DIGITS. A
+// number remembers how many digits it is known to be rounded to, so that a result isn't rounded a second time when it
+// becomes an operand. Whole numbers are never rounded: they and nothing else are known to be rounded to one digit, and
+// two of them take the short way through sum, difference and product, for what comes out is whole again.
 #pragma once
 
 #include "values/numbers.h"
@@ -52,7 +52,9 @@ inline double rx_operand_of(const rx_plain &number, int digits) {
 
 inline rx_plain rx_rounded_plain(double real, int32_t decimals, int digits) {
     if (rx_is_whole(real)) return {.real = real, .decimals = decimals, .rounded = 1};
-    return {.real = digits >= 15 ? real : rx_round_fraction(real, digits), .decimals = decimals, .rounded = digits};
+    double result = digits >= 15 ? real : rx_round_fraction(real, digits);
+    // A fraction of one digit is no whole number, which a 1 would say.
+    return {.real = result, .decimals = decimals, .rounded = std::max(digits, 2)};
 }
 
 /// `decimals` of a sum; a zero has no say.
@@ -128,8 +130,8 @@ inline rx_plain rx_remainder(const rx_plain &a, const rx_plain &b, int digits) {
     if (right == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
     if (left == right) return {.real = 0, .decimals = -1, .rounded = 1};
     double quotient = left / right;
-    double remainder = quotient < 0 ? -(std::fabs(left) - std::fabs(right) * rx_floor(-quotient))
-                                    : left - right * rx_floor(quotient);
+    double remainder =
+        quotient < 0 ? -(std::fabs(left) - std::fabs(right) * rx_floor(-quotient)) : left - right * rx_floor(quotient);
     rx_plain result = rx_rounded_plain(remainder + 0.0, -1, digits); // no negative zero
     return rx_too_long(result.real, digits) ? rx_no_plain(rx_arithmetic_fault::too_long) : result;
 }

@@ -49,7 +49,8 @@ bool scan_plain(std::string_view text, scanned_number &number) {
         number.decimals = static_cast<int>(std::min<ptrdiff_t>(end - point - 1, 15));
     }
     number.real = negative ? -size : size;
-    number.rounded = static_cast<uint8_t>(point ? significant : 1); // a whole number is never rounded
+    // 1 stands for whole numbers alone: 0.1 is said to be rounded to two digits.
+    number.rounded = static_cast<uint8_t>(point ? std::max(significant, 2) : 1);
     return true;
 }
 
@@ -141,8 +142,10 @@ bool rx_number_of(const rx_value &value, rx_value &number) {
     }
     if (value.is_none()) return false;
     scanned_number read;
-    if (rx_short_integer(value.text(), read.real)) read.rounded = 1;
-    else if (!scan(value.text(), read)) return false;
+    if (rx_short_integer(value.text(), read.real))
+        read.rounded = 1;
+    else if (!scan(value.text(), read))
+        return false;
     number = rx_number(read.real, read.decimals);
     number.rounded = read.rounded;
     return true;

@@ -63,7 +63,7 @@ rx_var *find_simple(rx_level *level, std::string_view name, uint64_t hash) {
 rx_var *find_simple(const rx_symbol &symbol) {
     if (symbol.serial == rx_scope->serial && symbol.var) return symbol.var;
     rx_var *var = find_simple(rx_scope->level, symbol.name, symbol.hash);
-    if (var) {
+    if (var && !symbol.environment) {
         symbol.serial = rx_scope->serial;
         symbol.var = var;
     }
@@ -252,31 +252,6 @@ void drop_entry(rx_var &var) {
     var.state = RX_DROPPED;
 }
 
-/// A name made at run time, as a symbol whose only tail is the resolved rest of it.
-struct resolved_symbol {
-    rx_tail tail;
-    rx_symbol symbol;
-
-    explicit resolved_symbol(std::string_view name) {
-        symbol.name = name;
-        symbol.bad_name = name.empty() || name[0] == '.' || rx_is_digit(name[0]);
-        symbol.environment = name.size() >= 2 && name[0] == '$';
-        size_t dot = name.find('.');
-        bool key = !name.empty() && name.back() == '+';
-        if (dot == std::string_view::npos && !key) {
-            symbol.hash = rx_lookup_hash(name);
-            return;
-        }
-        symbol.stem = name.substr(0, key ? name.size() - 1 : dot);
-        symbol.stem_hash = rx_lookup_hash(symbol.stem);
-        symbol.whole_stem = key || dot + 1 == name.size();
-        tail.text = key ? std::string_view() : name.substr(dot + 1);
-        tail.constant = true;
-        symbol.tails = &tail;
-        symbol.tail_count = 1;
-    }
-};
-
 /// A name as a program would write it, folded by the case mode and parsed.
 struct written_symbol {
     rx_arena arena;
@@ -286,6 +261,25 @@ struct written_symbol {
 };
 
 } // namespace
+
+rx_resolved_symbol::rx_resolved_symbol(std::string_view name) {
+    symbol.name = name;
+    symbol.bad_name = name.empty() || name[0] == '.' || rx_is_digit(name[0]);
+    symbol.environment = name.size() >= 2 && name[0] == '$';
+    size_t dot = name.find('.');
+    bool key = !name.empty() && name.back() == '+' && dot == std::string_view::npos;
+    if (dot == std::string_view::npos && !key) {
+        symbol.hash = rx_lookup_hash(name);
+        return;
+    }
+    symbol.stem = name.substr(0, key ? name.size() - 1 : dot);
+    symbol.stem_hash = rx_lookup_hash(symbol.stem);
+    symbol.whole_stem = key;
+    tail.text = key ? std::string_view() : name.substr(dot + 1);
+    tail.constant = true;
+    symbol.tails = &tail;
+    symbol.tail_count = 1;
+}
 
 const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read how) {
     if (!symbol.name.empty() && symbol.name[0] == '.') rx_raise(31);
@@ -325,8 +319,10 @@ rx_var &rx_var_entry(const rx_symbol &symbol) {
     if (symbol.compound()) return compound_entry(symbol);
     if (symbol.serial == rx_scope->serial && symbol.var) return touched(*symbol.var, true);
     rx_var &var = simple_entry(rx_scope->level, symbol.name, symbol.hash);
-    symbol.serial = rx_scope->serial;
-    symbol.var = &var;
+    if (!symbol.environment) {
+        symbol.serial = rx_scope->serial;
+        symbol.var = &var;
+    }
     return var;
 }
 
@@ -349,11 +345,11 @@ std::string rx_resolve_name(const rx_symbol &symbol) {
 }
 
 const rx_value *rx_var_peek_name(std::string_view resolved) {
-    return rx_var_peek(resolved_symbol(resolved).symbol);
+    return rx_var_peek(rx_resolved_symbol(resolved).symbol);
 }
 
 void rx_set_resolved(std::string_view name, rx_value &&value) {
-    resolved_symbol made(name);
+    rx_resolved_symbol made(name);
     if (made.symbol.bad_name) rx_raise(31);
     rx_var_assign(made.symbol, std::move(value));
 }

@@ -67,7 +67,8 @@ const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read h
 /// The value of a simple symbol or compound that is set and can be had without side effects, else null. Never raises.
 const rx_value *rx_var_peek(const rx_symbol &symbol);
 
-/// The value of a simple symbol that was found before and is still set; null says nothing.
+/// The value of a simple symbol that was found before and is still set; null says nothing. Symbols that reach the
+/// process environment are never found this way.
 inline const rx_value *rx_var_cached(const rx_symbol &symbol) {
     return symbol.serial == rx_scope.value.serial && symbol.var && symbol.var->state == RX_SET ? &symbol.var->value
                                                                                               : nullptr;
@@ -102,6 +103,17 @@ inline void rx_var_store(rx_var &var, rx_value &&value) {
 
 /// The name of a compound with its tails replaced; the name itself for a simple symbol.
 std::string rx_resolve_name(const rx_symbol &symbol);
+
+/// A resolved name as a symbol that needs no resolving: its only tail is all that follows the first dot. The name must
+/// outlive it.
+struct rx_resolved_symbol {
+    rx_tail tail;
+    rx_symbol symbol;
+
+    explicit rx_resolved_symbol(std::string_view name);
+    rx_resolved_symbol(const rx_resolved_symbol &) = delete;
+    rx_resolved_symbol &operator=(const rx_resolved_symbol &) = delete;
+};
 
 // -- by name: names are already folded and, where told, resolved -----------------------------------------------------
 

@@ -33,7 +33,8 @@ struct rx_value {
 
     rx_kind kind = RX_NONE;
     rx_storage storage = RX_INLINE;
-    /// A number: rounding to this many digits or more is known to leave it as it is (1: it is whole); 0: not known.
+    /// A number: rounding to this many digits or more is known to leave it as it is; 1 only when it is whole; 0: not
+    /// known.
     uint8_t rounded = 0;
     union {
         int32_t decimals; ///< of a number
@@ -81,7 +82,7 @@ struct rx_value {
         std::memcpy(to + 16, &second, 8);
     }
 
-  private:
+private:
     void release() {
         if (kind == RX_STRING && storage == RX_HEAP) ::operator delete(heap.data);
     }

@@ -4,7 +4,8 @@
 Usage: sweep.py PROGRAM [SECONDS]
 
 Each function that this build has is called with 0 to 6 arguments, every place taken by each kind of argument: omitted,
-empty, a number, a large and a huge one, a negative, a fractional one, a text with NUL bytes, 1 MiB of text. Up to two arguments all
+empty, a number, a large and a huge one, a negative, a fractional one, a text with NUL bytes, 1 MiB of text, -infinity, no
+number at all. Up to two arguments all
 combinations are tried, for more a fixed random choice. Every call must end in a value or in the error 40, 41, 42 or 5;
 anything else (another error, a crash, a hang, more than 6 GiB of address space) is a failure. Functions that wait,
 end processes or change files by their nature are left out.
@@ -23,13 +24,15 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools"))
 import function_docs  # noqa: E402
 
 FAMILIES = {"String functions", "Word functions", "Conversion", "Numeric", "Interpreter state"}
-KINDS = ["", "''", "7", "1E15", "9999999", "-3", "2.5", "zeros", "large"]
+KINDS = ["", "''", "7", "1E15", "9999999", "-3", "2.5", "zeros", "large", "infinite", "nan"]
 NAMES = {("parg", 2): "stem", ("trace", 0): "'O'"}  # places that take something else than any value
 ALLOWED = {40, 41, 42, 5}
 CHOICES = 40  # for each count of three arguments and more
 
 SCRIPT_HEAD = """large = copies('ab c', 262144)
 zeros = 'a' || '00'x || 'b' || '00'x
+infinite = '-1E999'
+nan = sin(infinite)
 """
 SCRIPT_TAIL = """exit
 try:

@@ -415,3 +415,13 @@ TEST(numeric_instruction, checks_fuzz_and_form) {
 }
 
 } // namespace
+
+TEST(known_rounding, says_one_digit_of_whole_numbers_alone) {
+    auto rounded = [](std::string_view text) {
+        rx_value number;
+        EXPECT_TRUE(rx_number_of(rx_string(text), number)) << text;
+        return int{number.rounded};
+    };
+    for (const char *whole : {"7", "0", "-30", "123456789012"}) EXPECT_EQ(rounded(whole), 1) << whole;
+    for (const char *fraction : {"0.1", ".5", "-0.003", "2.5"}) EXPECT_GT(rounded(fraction), 1) << fraction;
+}
