@@ -6,7 +6,8 @@
 Each NAME.vnd has a twin NAME.lua that does the same work and must print the same. A time is the median over whole
 processes, start-up included; `startup` shows how much that is. The benchmark `load` makes its scripts itself: straight
 programs of 10,000, 100,000 and 1,000,000 lines that end at their first one, so that the time is that of reading and
-parsing. `memory` is the peak memory of the one-line script.
+parsing; the peak memory shown there is never less than that of this runner. `memory` is the peak memory of the
+one-line script.
 """
 
 import argparse

@@ -51,7 +51,7 @@ struct rx_arena {
         end_ = blocks_.empty() ? nullptr : free_ + blocks_[0].size;
     }
 
-  private:
+private:
     struct block {
         std::unique_ptr<char[]> bytes;
         size_t size;

@@ -1,6 +1,7 @@
 #include "base/raise.h"
 
 #include "base/output.h"
+#include "platform/stack.h"
 
 #include <cstdlib>
 
@@ -16,6 +17,7 @@ void store(int number, std::string *extra) {
     rx_error.number = number;
     if (rx_syntax_trap) rx_syntax_trap(number, extra);
     store(number, extra);
+    rx_before_unwinding();
     throw rx_jmp_syntax{};
 }
 
@@ -43,11 +45,13 @@ void rx_raise_at(unsigned line, unsigned column, int number, std::string extra) 
 
 void rx_raise_parse(int number) {
     store(number, nullptr);
+    rx_before_unwinding();
     throw rx_jmp_parse{};
 }
 
 void rx_raise_parse(int number, std::string extra) {
     store(number, &extra);
+    rx_before_unwinding();
     throw rx_jmp_parse{};
 }
 
@@ -55,6 +59,7 @@ void rx_exit_run(int code) {
     rx_exit_value->code = code;
     rx_exit_value->text.clear();
     rx_exit_value->has_text = false;
+    rx_before_unwinding();
     throw rx_jmp_exit{};
 }
 

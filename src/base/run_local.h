@@ -27,13 +27,12 @@ struct rx_run_local_base {
     rx_run_local_base(const rx_run_local_base &) = delete;
     rx_run_local_base &operator=(const rx_run_local_base &) = delete;
 
-  protected:
+protected:
     rx_run_local_base();
     ~rx_run_local_base() = default;
 };
 
-template <class T>
-struct rx_run_local final : rx_run_local_base {
+template <class T> struct rx_run_local final : rx_run_local_base {
     T value{};
 
     T &operator*() { return value; }
@@ -55,6 +54,6 @@ struct rx_context {
     rx_context(const rx_context &) = delete;
     rx_context &operator=(const rx_context &) = delete;
 
-  private:
+private:
     std::vector<std::shared_ptr<void>> saved_;
 };

@@ -10,7 +10,8 @@ rx_split_line rx_split_command(std::string_view line) {
     for (; at < line.size(); at++) {
         char c = line[at];
         bool is_quote = c == '"' || c == '\'';
-        if (c == '\\' && at + 1 < line.size() && (line[at + 1] == '"' || line[at + 1] == '\'' || line[at + 1] == '\\')) {
+        if (c == '\\' && at + 1 < line.size() &&
+            (line[at + 1] == '"' || line[at + 1] == '\'' || line[at + 1] == '\\')) {
             split.script += line[++at];
         } else if (quote && c == quote) {
             at++;

@@ -1,5 +1,6 @@
 #include "driver/install.h"
 
+#include "builtins/handlers.h"
 #include "builtins/hooks.h"
 #include "builtins/table.h"
 #include "commands/dispatch.h"
@@ -15,6 +16,7 @@ void rx_install() {
     done = true;
     rx_arm_hooks();
     rx_set_function_table(bu_table, bu_table_size);
+    rx_arg_handler = bu_arg;
     rx_queue_door = {rx_queue_pull, rx_read_terminal_line, rx_queue_head, rx_queue_tail};
     rx_builtin_command = rx_dispatch_command;
     bu_queue_count = rx_queue_count;

@@ -38,7 +38,8 @@ struct run_request {
     int code = 0;
 };
 
-// ---- arguments --------------------------------------------------------------------------------------------------------
+// ---- arguments
+// --------------------------------------------------------------------------------------------------------
 
 rx_arg argument(std::string_view text, bool omitted = false) {
     rx_arg arg;
@@ -89,7 +90,8 @@ std::vector<std::string> words_of(const rx_split_line &split) {
     return words;
 }
 
-// ---- programs ---------------------------------------------------------------------------------------------------------
+// ---- programs
+// ---------------------------------------------------------------------------------------------------------
 
 /// True when the files of a kept program are the ones that it was made from.
 bool is_current(const rx_program &program, const std::string &script) {
@@ -113,12 +115,14 @@ void settle_modes() {
     if (modes.load_mode == RX_LOAD_UNSET) modes.load_mode = RX_LOAD;
 }
 
-/// Reads, scans and parses the script into an empty program; `typed` is its name for messages about the file. 0, or the code with which the run ends.
+/// Reads, scans and parses the script into an empty program; `typed` is its name for messages about the file. 0, or the
+/// code with which the run ends.
 int load_program(rx_program &program, const std::string &script, const std::string &typed) {
     rx_read_failure failure;
     program.source = rx_read_file(script, failure);
     if (failure != rx_read_failure::none) {
-        const char *what = failure == rx_read_failure::open ? "vandra: unable to open file " : "vandra: unable to read file ";
+        const char *what =
+            failure == rx_read_failure::open ? "vandra: unable to open file " : "vandra: unable to read file ";
         rx_print_error(what + typed);
         return code_not_readable;
     }

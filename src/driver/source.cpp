@@ -38,7 +38,8 @@ unsigned rx_load_rc(std::string &text, const std::string &home) {
     rx_read_failure failure;
     std::string start_up = rx_read_file(path, failure);
     if (failure != rx_read_failure::none) {
-        const char *what = failure == rx_read_failure::open ? "vandra: unable to open file " : "vandra: unable to read file ";
+        const char *what =
+            failure == rx_read_failure::open ? "vandra: unable to open file " : "vandra: unable to read file ";
         std::string reason = rx_system_error();
         rx_print_error(what + path);
         rx_print_error("vandra: " + reason);

@@ -1,6 +1,7 @@
 // Assignment: whole variables, stems, and the index forms that overwrite a part of a variable's text.
 #include "engine/clauses.h"
 #include "engine/index.h"
+#include "engine/quick.h"
 #include "engine/trace.h"
 
 #include <array>
@@ -164,8 +165,25 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
+/// A number that the quick road yields goes straight into the record of a variable that holds a number already. False:
+/// nothing has happened.
+inline bool store_number(const rx_assign_clause &clause, const rx_symbol &target, int level) {
+    if (level || !clause.value || clause.from || clause.to) return false;
+    const rx_value *held = rx_var_cached(target);
+    rx_plain plain;
+    if (!held || !held->is_number() || !rx_try_quick(clause.value, plain)) return false;
+    rx_value &record = rx_var_writable(*target.var);
+    if (!record.is_number()) record = rx_number(0);
+    record.real = plain.real;
+    record.decimals = plain.decimals;
+    record.rounded = static_cast<uint8_t>(plain.rounded);
+    target.var->generation++;
+    return true;
+}
+
 /// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.
 void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int level) {
+    if (store_number(clause, target, level)) return;
     rx_value value = right_side(clause.value, level);
     if (clause.from || clause.to) return assign_part(clause, target, std::move(value), level);
     if (level && rx_settings->trace & (TRACE_I | TRACE_R)) {

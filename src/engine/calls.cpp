@@ -127,11 +127,15 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
         flow = rx_run_block(label.cell);
     }
     // A signal that a line typed at the trace prompt made leaves the routines that the line called.
-    if (flow == rx_flow::signalled) throw rx_jmp_signal{};
+    if (flow == rx_flow::signalled) {
+        rx_before_unwinding();
+        throw rx_jmp_signal{};
+    }
     return std::move(rx_walk->result);
 }
 
-// ---- resolution ------------------------------------------------------------------------------------------------------
+// ---- resolution
+// ------------------------------------------------------------------------------------------------------
 
 /// A quoted name is looked up among the labels only when it is a path, so that it can reach a built-in of the same name
 /// as a label.
@@ -164,7 +168,8 @@ bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
         if (const rx_label *label = rx_find_label(program.labels, name)) return remember(RESOLVED_LABEL, label);
     }
     if (after_load) return false;
-    if (rx_handler handler = bu_lookup(name)) return remember(RESOLVED_BUILTIN, reinterpret_cast<const void *>(handler));
+    if (rx_handler handler = bu_lookup(name))
+        return remember(RESOLVED_BUILTIN, reinterpret_cast<const void *>(handler));
     for (const rx_extra_function &row : rx_extra_functions) {
         if (row.name == name) return remember(RESOLVED_EXTRA, &row);
     }
@@ -240,6 +245,8 @@ void rx_call_handler(std::string_view name) {
     if (shown.skip) return;
     rx_value result = rx_invoke(clause.call, shown.level);
     const rx_symbol &variable = rx_system_symbol(RX_RESULT);
-    if (result.is_none()) rx_drop(variable);
-    else rx_var_assign(variable, std::move(result));
+    if (result.is_none())
+        rx_drop(variable);
+    else
+        rx_var_assign(variable, std::move(result));
 }

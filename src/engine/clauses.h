@@ -19,12 +19,12 @@ rx_flow rx_select(const rx_select_clause &clause);
 void rx_call(const rx_call_clause &clause);
 rx_flow rx_signal(const rx_signal_clause &clause);
 void rx_parse(const rx_parse_clause &clause);
-void rx_push(const rx_expr_clause &clause);  ///< PUSH and QUEUE
+void rx_push(const rx_expr_clause &clause); ///< PUSH and QUEUE
 
 /// What PARSE PULL, PARSE LINEIN, PUSH and QUEUE need of the queue; the driver sets them.
 struct rx_queue_doors {
-    rx_value (*pull)() = nullptr;         ///< the head of the queue, or a line of standard input
-    rx_value (*read_line)() = nullptr;    ///< a line of standard input; sets RC
+    rx_value (*pull)() = nullptr;      ///< the head of the queue, or a line of standard input
+    rx_value (*read_line)() = nullptr; ///< a line of standard input; sets RC
     void (*push)(rx_value &&text) = nullptr;
     void (*queue)(rx_value &&text) = nullptr;
 };

@@ -12,8 +12,8 @@ struct condition_names {
     std::string_view upper, lower;
 };
 constexpr condition_names names[] = {
-    {"ERROR", "error"},     {"FAILURE", "failure"}, {"HALT", "halt"},         {"NOVALUE", "novalue"},
-    {"SYNTAX", "syntax"},   {"NOTREADY", "notready"}, {"", ""},
+    {"ERROR", "error"},   {"FAILURE", "failure"},   {"HALT", "halt"}, {"NOVALUE", "novalue"},
+    {"SYNTAX", "syntax"}, {"NOTREADY", "notready"}, {"", ""},
 };
 
 int condition_of(int token) {
@@ -118,6 +118,7 @@ void aim(std::string_view name, unsigned line, unsigned column) {
 
 void rx_signal_to(std::string_view name, unsigned line, unsigned column) {
     aim(name, line, column);
+    rx_before_unwinding();
     throw rx_jmp_signal{};
 }
 
@@ -190,10 +191,12 @@ void rx_halt_poll() {
 }
 
 void rx_poll_between_clauses() {
-    if (rx_halt_pending) [[unlikely]] rx_halt_poll();
+    if (rx_halt_pending) [[unlikely]]
+        rx_halt_poll();
 }
 
-// ---- the system's own variables ---------------------------------------------------------------------------------------
+// ---- the system's own variables
+// ---------------------------------------------------------------------------------------
 
 const rx_symbol &rx_system_symbol(rx_system_variable name) {
     static rx_arena arena;

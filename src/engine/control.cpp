@@ -28,7 +28,8 @@ rx_flow rx_if(const rx_if_clause &clause) {
         rx_flow flow = rx_run_clauses(clause.then_chain);
         return flow == rx_flow::next && clause.else_chain ? rx_run_clauses(clause.else_chain) : flow;
     }
-    if (rx_condition_holds(clause.cond, shown.level, "Expression evaluates to ", "")) return rx_run_clauses(clause.then_chain);
+    if (rx_condition_holds(clause.cond, shown.level, "Expression evaluates to ", ""))
+        return rx_run_clauses(clause.then_chain);
     return clause.else_chain ? rx_run_clauses(clause.else_chain) : rx_flow::next;
 }
 

@@ -22,7 +22,8 @@
 #include <string_view>
 #include <vector>
 
-// ---- how a walk ends -------------------------------------------------------------------------------------------------
+// ---- how a walk ends
+// -------------------------------------------------------------------------------------------------
 
 enum class rx_flow : uint8_t {
     next,      ///< go on behind
@@ -34,15 +35,15 @@ enum class rx_flow : uint8_t {
 
 /// State of the clause walk.
 struct rx_walk_record {
-    std::string_view loop_name;        ///< of a pending LEAVE or ITERATE; empty for the innermost loop
+    std::string_view loop_name; ///< of a pending LEAVE or ITERATE; empty for the innermost loop
     const rx_clause_cell *signal_target = nullptr;
     const rx_build_frame *signal_frame = nullptr; ///< the enclosing chain of the target
-    rx_value result;                   ///< what a RETURN hands over
-    unsigned interpret_depth = 0;      ///< a string of INTERPRET runs
-    unsigned interactive = 0;          ///< a line typed at the trace prompt runs
-    int nesting = 1;                   ///< 1 in the main program
+    rx_value result;                              ///< what a RETURN hands over
+    unsigned interpret_depth = 0;                 ///< a string of INTERPRET runs
+    unsigned interactive = 0;                     ///< a line typed at the trace prompt runs
+    int nesting = 1;                              ///< 1 in the main program
     unsigned call_depth = 1;
-    unsigned command_line = 0;         ///< position of the last host command
+    unsigned command_line = 0; ///< position of the last host command
     unsigned command_column = 0;
 };
 inline rx_run_local<rx_walk_record> rx_walk;
@@ -56,15 +57,25 @@ inline rx_run_local<rx_program *> rx_program_now;
 /// Counts clauses, process-wide: the clock functions read the time once per number.
 inline constinit uint64_t rx_clause_count = 0;
 
-// ---- conditions ------------------------------------------------------------------------------------------------------
+// ---- conditions
+// ------------------------------------------------------------------------------------------------------
 
-enum rx_condition : int { RX_ERROR = 0, RX_FAILURE = 1, RX_HALT = 2, RX_NOVALUE = 3, RX_SYNTAX = 4, RX_NOTREADY = 5, RX_NO_CONDITION = 6 };
+enum rx_condition : int {
+    RX_ERROR = 0,
+    RX_FAILURE = 1,
+    RX_HALT = 2,
+    RX_NOVALUE = 3,
+    RX_SYNTAX = 4,
+    RX_NOTREADY = 5,
+    RX_NO_CONDITION = 6
+};
 enum rx_trap_state : int8_t { RX_TRAP_OFF = 0, RX_TRAP_SIGNAL = 1, RX_TRAP_CALL = 2, RX_TRAP_DELAYED = -2 };
 
 /// The name of a condition in upper or lower case by the case mode ("" for RX_NO_CONDITION).
 std::string_view rx_condition_name(int condition);
 
-// ---- what a routine inherits and gets back -----------------------------------------------------------------------------
+// ---- what a routine inherits and gets back
+// -----------------------------------------------------------------------------
 
 /// Settings that a routine may change and that its return restores. Cheap to copy: a call copies it once.
 struct rx_settings_record {
@@ -72,11 +83,11 @@ struct rx_settings_record {
     std::array<const std::string *, 6> handlers{}; ///< interned NAME of each trap; null: the condition's own name
     int env_current = 0;                           ///< ADDRESS: indexes into the table of environments
     int env_previous = 0;
-    unsigned trace = 2;                            ///< bits of TRACE, below
-    long long elapsed_seconds = 0;                 ///< TIME's elapsed clock; both 0: not started
+    unsigned trace = 2;            ///< bits of TRACE, below
+    long long elapsed_seconds = 0; ///< TIME's elapsed clock; both 0: not started
     long long elapsed_microseconds = 0;
-    int condition = RX_NO_CONDITION;               ///< the condition in hand
-    bool procedure = false;                        ///< PROCEDURE has run in this routine
+    int condition = RX_NO_CONDITION; ///< the condition in hand
+    bool procedure = false;          ///< PROCEDURE has run in this routine
 };
 inline rx_run_local<rx_settings_record> rx_settings;
 
@@ -88,7 +99,7 @@ const std::string *rx_intern(std::string_view name);
 
 /// One argument of the running routine: always text.
 struct rx_arg {
-    rx_value text;        ///< a string; empty when omitted
+    rx_value text; ///< a string; empty when omitted
     bool omitted = false;
 };
 
@@ -99,7 +110,8 @@ struct rx_args_record {
 };
 inline rx_run_local<rx_args_record> rx_args;
 
-// ---- trace -----------------------------------------------------------------------------------------------------------
+// ---- trace
+// -----------------------------------------------------------------------------------------------------------
 
 // clang-format off
 enum rx_trace_bits : unsigned {
@@ -125,7 +137,8 @@ void rx_set_code(rx_system_variable name, double number);
 /// Sets SIGL to a line (from 0) plus 1.
 void rx_set_sigl(unsigned line);
 
-// ---- the walk --------------------------------------------------------------------------------------------------------
+// ---- the walk
+// --------------------------------------------------------------------------------------------------------
 
 /// Walks a chain from a cell to its end, or until a clause ends in anything but `next`.
 rx_flow rx_run_clauses(const rx_clause_cell *cell);
@@ -150,25 +163,28 @@ void rx_call_handler(std::string_view name);
 /// Raises error 5 when the native stack is nearly used up; everything that recurses calls it.
 void rx_check_stack();
 
-// ---- clause prologue -------------------------------------------------------------------------------------------------
+// ---- clause prologue
+// -------------------------------------------------------------------------------------------------
 
 struct rx_shown {
-    int level = 0;    ///< trace level for the clause's expressions
+    int level = 0;     ///< trace level for the clause's expressions
     bool skip = false; ///< TRACE SCAN: nothing more is to be done
 };
 
 /// Prints the clause when one of `bits` is on; see the head of this file.
 rx_shown rx_show_clause_slow(unsigned line, unsigned bits);
 inline rx_shown rx_show_clause(const rx_clause *clause, unsigned bits = TRACE_CLAUSES) {
-    if ((rx_settings->trace & bits) == 0) [[likely]] return {};
+    if ((rx_settings->trace & bits) == 0) [[likely]]
+        return {};
     return rx_show_clause_slow(clause->line, bits);
 }
 
-// ---- doors of the other rooms ----------------------------------------------------------------------------------------
+// ---- doors of the other rooms
+// ----------------------------------------------------------------------------------------
 
 /// Set by the driver: loads or runs an external routine. 0 not found, 1 loaded (search again), 2 ran, `result` is set.
 inline int (*rx_load_external)(std::string_view name, bool fold, const rx_expr *arguments, rx_value &result,
-                                         int level) = nullptr;
+                               int level) = nullptr;
 
 /// Sets the hooks of the lower floors (errors, NOVALUE); the driver calls it once.
 void rx_arm_hooks();

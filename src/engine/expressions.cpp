@@ -59,9 +59,8 @@ const rx_value &fetch(const rx_operand &operand, int level, rx_operand_use use, 
 
 /// A constant that stands opposite a number in a comparison is that number, if it is one.
 const rx_value &matched(const rx_operand &operand, const rx_value &value, const rx_value &other) {
-    return operand.kind == STRING && other.is_number() && operand.node->literal->number
-               ? *operand.node->literal->number
-               : value;
+    return operand.kind == STRING && other.is_number() && operand.node->literal->number ? *operand.node->literal->number
+                                                                                        : value;
 }
 
 /// What is said of an operand that an operator refused; nothing of a computed one.
@@ -194,12 +193,14 @@ rx_value function(const rx_expr *node, const rx_op &op, int level) {
 rx_value do_exec(const rx_expr *node, int level) {
     set_position(node);
     if (node->type == OP_NODE) {
+        if (node->op->kind == RX_CALL && level == 0) {
+            if (const rx_value *argument = rx_quick_argument(*node->op)) return rx_copy_value(*argument);
+        }
         rx_plain plain;
         return level == 0 && rx_try_quick(node, plain) ? rx_value_of(plain) : run_operator(node, level);
     }
     if (node->type == STRING) return rx_copy_value(*node->literal->text);
-    if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0)
-        return rx_copy_value(*value);
+    if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0) return rx_copy_value(*value);
     rx_value scratch;
     const rx_value &value = read_symbol(node, level, scratch);
     return &value == &scratch ? std::move(scratch) : rx_copy_value(value);

@@ -27,6 +27,9 @@ void rx_set_function_table(const rx_function_row *rows, size_t count);
 /// The handler of a name that is spelled as the case mode has it, or null.
 rx_handler bu_lookup(std::string_view name);
 
+/// The handler of ARG, which the driver sets: `arg(1)` and its like are answered by the walk itself.
+inline rx_handler rx_arg_handler = nullptr;
+
 /// The secondary table, of an embedding program: names match exactly (by length and bytes), and the handler receives
 /// the table with the arguments.
 struct rx_extra_function;
@@ -41,7 +44,7 @@ inline rx_extra_table rx_extra_functions;
 /// Evaluated arguments, in order; none for an omitted one. `f()` has one omitted argument, `f(,)` two.
 struct rx_arguments {
     const rx_expr *list = nullptr;
-    std::vector<rx_value> more;         ///< used instead of `few` when there are more than those
+    std::vector<rx_value> more; ///< used instead of `few` when there are more than those
     std::array<rx_value, 4> few;
     size_t count = 0;
 

@@ -46,8 +46,10 @@ rx_value rx_index(const rx_expr *node, int level) {
     rx_value value;
     std::optional<rx_pin> pin;
     rx_var *var = op.a.kind == SYMBOL && !rx_intermediates(level) ? rx_var_find(*op.a.node->symbol) : nullptr;
-    if (var && var->state == RX_SET && !op.a.node->symbol->environment) pin.emplace(*var);
-    else value = operand(op.a, level, 1);
+    if (var && var->state == RX_SET && !op.a.node->symbol->environment)
+        pin.emplace(*var);
+    else
+        value = operand(op.a, level, 1);
     rx_value first_value = has_first ? operand(op.b, level, 2) : rx_value();
     rx_value last_value = has_last ? operand(op.c, level, 3) : rx_value();
 

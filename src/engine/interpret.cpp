@@ -57,8 +57,10 @@ bool rx_run_fragment(std::string_view text, rx_flow &flow) {
         flow = rx_run_block(head);
     } catch (const rx_jmp_syntax &) {
         state.end();
-        if (rx_raised_in_interpret) rx_report_interpreted(text, rx_error.line, rx_error.column, false);
-        else rx_report(**rx_program_now, rx_error.line, rx_error.column, false);
+        if (rx_raised_in_interpret)
+            rx_report_interpreted(text, rx_error.line, rx_error.column, false);
+        else
+            rx_report(**rx_program_now, rx_error.line, rx_error.column, false);
         return false;
     }
     // The name of a loop to be left lies in the fragment's own text.

@@ -18,7 +18,8 @@ struct condition_words {
 };
 constexpr condition_words plain_words{"Expression evaluates to ", "Expression evaluates to ", ""};
 constexpr condition_words forever_words{"WHILE expression evaluates to ", "UNTIL expression evaluates to ", ""};
-constexpr condition_words controlled_words{"WHILE expression evaluates to \"", "UNTIL expression evaluates to \"", "\""};
+constexpr condition_words controlled_words{"WHILE expression evaluates to \"", "UNTIL expression evaluates to \"",
+                                           "\""};
 
 /// True when the pending LEAVE or ITERATE is for this loop.
 bool is_mine(const rx_do_clause &loop) {
@@ -83,7 +84,8 @@ double count_of(const rx_expr *expr, int level, const char *quote) {
 rx_flow do_count(const rx_do_clause &loop, int level) {
     double count = count_of(loop.expr, level, "");
     double round = 0;
-    return run_rounds(loop, level, plain_words, false, [&] { return round < count; }, [&] { round++; });
+    return run_rounds(
+        loop, level, plain_words, false, [&] { return round < count; }, [&] { round++; });
 }
 
 /// A control variable is assigned like any other.
@@ -109,7 +111,8 @@ rx_flow do_words(const rx_do_clause &loop, int level) {
     return run_rounds(loop, level, plain_words, true, next_word, nothing);
 }
 
-// ---- the controlled loop ----------------------------------------------------------------------------------------------
+// ---- the controlled loop
+// ----------------------------------------------------------------------------------------------
 
 struct controlled {
     const rx_do_clause &loop;
@@ -202,7 +205,8 @@ double guarded(double value) {
     if (digits >= 15 || value == 0) return value;
     double limit = rx_tens(digits - 1);
     double size = std::fabs(value);
-    if (digits > 1 && size <= limit) [[likely]] return value;
+    if (digits > 1 && size <= limit) [[likely]]
+        return value;
     if (rx_is_whole(value) && size < limit * 10) return value;
     rx_number_buffer buffer;
     double read;
@@ -234,15 +238,15 @@ void step(controlled &state) {
     }
     if (state.level) {
         rx_number_buffer buffer;
-        rx_trace_assignment(state.level, rx_resolve_name(control_of(state)),
-                            rx_number_text(state.current, 0, buffer));
+        rx_trace_assignment(state.level, rx_resolve_name(control_of(state)), rx_number_text(state.current, 0, buffer));
     }
 }
 
 rx_flow do_controlled(const rx_do_clause &loop, int level) {
     controlled state{.loop = loop, .level = level};
     begin(state);
-    return run_rounds(loop, level, controlled_words, false, [&] { return has_more(state); }, [&] { step(state); });
+    return run_rounds(
+        loop, level, controlled_words, false, [&] { return has_more(state); }, [&] { step(state); });
 }
 
 } // namespace

@@ -303,30 +303,36 @@ struct template_walk {
 
     /// Gives the variables of a stretch their fields; the start of the next field ends up at the stop.
     void assign(const rx_template_item *item, const rx_template_item *cut, size_t stop) {
-        for (; item + 1 < cut; item++) {
-            while (start < stop && source.text[start] == ' ') start++;
-            size_t end = find_blank(source.text, start, stop);
-            put(*item, start, end);
-            start = std::min(end + 1, stop);
+        // What is stored may lie anywhere, for all the compiler knows: members would be read again after each field.
+        std::string_view text = source.text;
+        size_t at = start;
+        start = stop;
+        for (const rx_template_item *last = cut - 1; item != last; item++) {
+            while (at < stop && text[at] == ' ') at++;
+            size_t end = find_blank(text, at, stop);
+            put(*item, text, at, end);
+            at = std::min(end + 1, stop);
         }
         if (cut->step == step::unknown) fail(*cut, 38);
         if (cut->step == step::end) source.let_go();
-        put(*item, start, stop);
-        start = stop;
+        put(*item, text, at, stop);
     }
 
-    /// Gives a variable its field. Nearly always its entry is at hand and nothing watches.
-    [[gnu::always_inline]] void put(const rx_template_item &item, size_t from, size_t to) {
+    /// Gives a variable its field of the text. Nearly always its entry is at hand and nothing watches.
+    [[gnu::always_inline]] void put(const rx_template_item &item, std::string_view &text, size_t from, size_t to) {
         const rx_symbol *symbol = item.symbol;
         rx_var *var = symbol->var;
+        std::string_view field(text.data() + from, to - from);
         bool special =
             item.step != step::variable || watched || symbol->serial != rx_scope->serial || !var || var->pins;
-        std::string_view field(source.text.data() + from, to - from);
-        if (special) [[unlikely]]
-            return put_special(item, field);
+        if (special) [[unlikely]] {
+            put_special(item, field);
+            text = source.text;
+            return;
+        }
         var->generation++;
         var->state = RX_SET;
-        store_text(var->value, field, size() - from);
+        store_text(var->value, field, text.size() - from);
     }
 
     void put_special(const rx_template_item &item, std::string_view field) {

@@ -1,9 +1,11 @@
 #include "engine/quick.h"
 
+#include "platform/strings.h"
+
 namespace {
 
-constexpr int8_t attempts = 8;     ///< times that a node may turn back
-constexpr unsigned deepest = 8;    ///< levels of the largest tree that is tried
+constexpr int8_t attempts = 8;  ///< times that a node may turn back
+constexpr unsigned deepest = 8; ///< levels of the largest tree that is tried
 
 /// How the road sees an operator: computed by `run_node`, or not at all.
 bool is_quick(rx_operator_id id) {
@@ -26,6 +28,12 @@ bool is_quick(rx_operator_id id) {
 
 bool fits(const rx_operand &operand, unsigned depth);
 
+/// Looks like `arg(1)`; whether ARG is the built-in turns out when it is first called.
+bool looks_like_argument(const rx_op &op) {
+    return op.kind == RX_CALL && op.name->type == SYMBOL && rx_equal_nocase(op.name->text, "ARG") && op.args &&
+           !op.args->next && op.args->type == STRING;
+}
+
 bool fits(const rx_op &op, unsigned depth) {
     return depth > 0 && op.kind == RX_DYADIC && is_quick(op.fn->id) && fits(op.a, depth - 1) && fits(op.b, depth - 1);
 }
@@ -34,7 +42,7 @@ bool fits(const rx_operand &operand, unsigned depth) {
     switch (operand.kind) {
     case STRING: return operand.node->literal->number != nullptr;
     case SYMBOL: return !operand.node->symbol->bad_name;
-    case OP_NODE: return fits(*operand.node->op, depth);
+    case OP_NODE: return fits(*operand.node->op, depth) || looks_like_argument(*operand.node->op);
     default: return false;
     }
 }
@@ -45,7 +53,8 @@ rx_plain refused() {
 
 [[gnu::noinline]] rx_plain value_of(const rx_value *value) {
     if (value) {
-        if (value->is_number()) [[likely]] return rx_plain_of(*value);
+        if (value->is_number()) [[likely]]
+            return rx_plain_of(*value);
         if (double real; value->is_string() && rx_short_integer(value->text(), real))
             return {.real = real, .decimals = 0, .rounded = 1};
         rx_value number;
@@ -62,10 +71,13 @@ inline rx_plain operand(const rx_operand &operand, int digits) {
     case SYMBOL: {
         const rx_symbol &symbol = *operand.node->symbol;
         const rx_value *value = rx_var_cached(symbol);
-        if (value && value->is_number()) [[likely]] return rx_plain_of(*value);
+        if (value && value->is_number()) [[likely]]
+            return rx_plain_of(*value);
         return value_of(value ? value : rx_var_peek(symbol));
     }
-    default: return run_node(*operand.node->op, digits);
+    default:
+        if (operand.node->op->kind == RX_CALL) return value_of(rx_quick_argument(*operand.node->op));
+        return run_node(*operand.node->op, digits);
     }
 }
 
@@ -75,9 +87,11 @@ rx_plain truth(bool holds) {
 
 rx_plain run_node(const rx_op &op, int digits) {
     rx_plain a = operand(op.a, digits);
-    if (a.failed()) [[unlikely]] return a;
+    if (a.failed()) [[unlikely]]
+        return a;
     rx_plain b = operand(op.b, digits);
-    if (b.failed()) [[unlikely]] return b;
+    if (b.failed()) [[unlikely]]
+        return b;
     switch (op.fn->id) {
     case FX_PLUS: return rx_plus(a, b, digits);
     case FX_MIN: return rx_minus(a, b, digits);

@@ -4,6 +4,7 @@
 #include "engine/host.h"
 #include "engine/trace.h"
 #include "platform/directories.h"
+#include "platform/stack.h"
 #include "platform/strings.h"
 
 #include <algorithm>
@@ -24,8 +25,10 @@ void rx_say(const rx_expr_clause &clause) {
         if (shown.level) rx_trace_result(shown.level, text);
         line = text;
     }
-    if (clause.kind == CL_SAY) line += '\n';
-    else if (clause.kind == CL_SAYR) line += '\r';
+    if (clause.kind == CL_SAY)
+        line += '\n';
+    else if (clause.kind == CL_SAYR)
+        line += '\r';
     rx_write(line);
     if (line.capacity() > 1 << 20) line = std::string();
 }
@@ -66,6 +69,7 @@ rx_flow rx_exit(const rx_expr_clause &clause) {
         trace_value(shown.level, value);
         set_exit_value(value);
     }
+    rx_before_unwinding();
     throw rx_jmp_exit{};
 }
 
@@ -163,6 +167,5 @@ void rx_cd(const rx_expr_clause &clause) {
     rx_value value = rx_to_string(do_exec(clause.expr, shown.level));
     trace_value(shown.level, value);
     if (!rx_change_directory(value.text()))
-        rx_raise_at(clause.expr->line, clause.expr->column, 63,
-                    ">>>>>>>>: \"" + std::string(value.text()) + "\"");
+        rx_raise_at(clause.expr->line, clause.expr->column, 63, ">>>>>>>>: \"" + std::string(value.text()) + "\"");
 }

@@ -5,7 +5,8 @@
 #include "platform/stack.h"
 
 void rx_check_stack() {
-    if (rx_stack_used_up()) [[unlikely]] rx_raise(5);
+    if (rx_stack_used_up()) [[unlikely]]
+        rx_raise(5);
 }
 
 namespace {

@@ -52,11 +52,11 @@ struct rx_literal {
 };
 
 struct rx_expr {
-    int type = 0;              ///< rx_token, or a character
-    unsigned flag = 0;         ///< 1 a quoted string; 2 a name in parentheses in a name list; 0 anything else
+    int type = 0;      ///< rx_token, or a character
+    unsigned flag = 0; ///< 1 a quoted string; 2 a name in parentheses in a name list; 0 anything else
     unsigned line = 0;
     unsigned column = 0;
-    std::string_view text;     ///< no data for punctuation and operator nodes; NUL-terminated otherwise
+    std::string_view text; ///< no data for punctuation and operator nodes; NUL-terminated otherwise
     union {
         rx_symbol *symbol = nullptr; ///< SYMBOL and FUNCTION tokens
         rx_literal *literal;         ///< STRING tokens, once they are part of a tree
@@ -77,11 +77,11 @@ struct rx_label; // below
 
 struct rx_op {
     rx_op_kind kind;
-    bool calls = false;                ///< this node or one below it runs a routine, a built-in or a command
-    const rx_operator *fn = nullptr;   ///< kinds 1, 2 and 4
-    rx_operand a, b, c;                ///< operands in order; an index has the value, the first and the last index
-    rx_expr *name = nullptr;           ///< kind 3: the name token, SYMBOL or STRING
-    rx_expr *args = nullptr;           ///< kind 3: the argument chain
+    bool calls = false;                   ///< this node or one below it runs a routine, a built-in or a command
+    const rx_operator *fn = nullptr;      ///< kinds 1, 2 and 4
+    rx_operand a, b, c;                   ///< operands in order; an index has the value, the first and the last index
+    rx_expr *name = nullptr;              ///< kind 3: the name token, SYMBOL or STRING
+    rx_expr *args = nullptr;              ///< kind 3: the argument chain
     mutable const void *target = nullptr; ///< kind 3: the engine's cache of what the name resolved to
     mutable uint64_t target_serial = 0;
     mutable int8_t quick_left = 0; ///< how often the quick road may still fail here; 0 not looked at, -1 never
@@ -90,10 +90,35 @@ struct rx_op {
 // ---- clauses --------------------------------------------------------------------------------------------------------
 
 enum rx_clause_kind : uint8_t {
-    CL_COMMAND = 0, CL_ASSIGN = 1, CL_IF = 2, CL_SAY = 3, CL_DO = 4, CL_LEAVE = 5, CL_ITERATE = 6, CL_SELECT = 7,
-    CL_LABEL = 8, CL_EXIT = 9, CL_RETURN = 10, CL_SIGNAL = 11, CL_CALL = 12, CL_PUSH = 13, CL_QUEUE = 14,
-    CL_PROCEDURE = 15, CL_PARSE = 16, CL_ADDRESS = 17, CL_DROP = 18, CL_INTERPRET = 19, CL_NUMERIC = 20, CL_SAYN = 21,
-    CL_UPPER = 22, CL_LOWER = 23, CL_SOURCE_BREAK = 24, CL_TRACE = 25, CL_CD = 26, CL_SAYX = 27, CL_SAYR = 29
+    CL_COMMAND = 0,
+    CL_ASSIGN = 1,
+    CL_IF = 2,
+    CL_SAY = 3,
+    CL_DO = 4,
+    CL_LEAVE = 5,
+    CL_ITERATE = 6,
+    CL_SELECT = 7,
+    CL_LABEL = 8,
+    CL_EXIT = 9,
+    CL_RETURN = 10,
+    CL_SIGNAL = 11,
+    CL_CALL = 12,
+    CL_PUSH = 13,
+    CL_QUEUE = 14,
+    CL_PROCEDURE = 15,
+    CL_PARSE = 16,
+    CL_ADDRESS = 17,
+    CL_DROP = 18,
+    CL_INTERPRET = 19,
+    CL_NUMERIC = 20,
+    CL_SAYN = 21,
+    CL_UPPER = 22,
+    CL_LOWER = 23,
+    CL_SOURCE_BREAK = 24,
+    CL_TRACE = 25,
+    CL_CD = 26,
+    CL_SAYX = 27,
+    CL_SAYR = 29
 };
 
 struct rx_clause {
@@ -121,9 +146,9 @@ struct rx_expr_clause : rx_clause {
 };
 
 struct rx_assign_clause : rx_clause {
-    rx_expr *target;       ///< a SYMBOL
-    rx_expr *value;        ///< null for `x =`
-    rx_expr *from, *to;    ///< indexes, null when absent
+    rx_expr *target;         ///< a SYMBOL
+    rx_expr *value;          ///< null for `x =`
+    rx_expr *from, *to;      ///< indexes, null when absent
     bool from_open, to_open; ///< the open side of `x[:j] =` and `x[i:] =`
 };
 
@@ -142,7 +167,7 @@ struct rx_do_clause : rx_clause {
     unsigned end_line;
     rx_do_form form;
     rx_do_condition cond_kind;
-    rx_expr *expr;    ///< count, initial value or collection
+    rx_expr *expr; ///< count, initial value or collection
     rx_expr *to, *by, *for_;
     rx_expr *cond;
     rx_expr *control; ///< SYMBOL, forms 9 and 11
@@ -172,7 +197,13 @@ struct rx_label_clause : rx_clause {
     rx_build_frame *frame; ///< null at the top level of a source
 };
 
-enum rx_signal_form : uint8_t { SIGNAL_STRING = 0, SIGNAL_SYMBOL = 1, SIGNAL_ON_OFF = 2, SIGNAL_VALUE = 3, CALL_ON_OFF = 4 };
+enum rx_signal_form : uint8_t {
+    SIGNAL_STRING = 0,
+    SIGNAL_SYMBOL = 1,
+    SIGNAL_ON_OFF = 2,
+    SIGNAL_VALUE = 3,
+    CALL_ON_OFF = 4
+};
 
 struct rx_signal_clause : rx_clause {
     rx_signal_form form;
@@ -190,15 +221,21 @@ struct rx_names_clause : rx_clause { ///< CL_PROCEDURE, CL_DROP, CL_UPPER, CL_LO
 };
 
 enum rx_parse_source : uint8_t {
-    PARSE_ARG = 0, PARSE_LINEIN = 1, PARSE_PULL = 2, PARSE_SOURCE = 3, PARSE_VALUE = 4, PARSE_VAR = 5,
-    PARSE_VERSION = 6, PARSE_NUMERIC = 7
+    PARSE_ARG = 0,
+    PARSE_LINEIN = 1,
+    PARSE_PULL = 2,
+    PARSE_SOURCE = 3,
+    PARSE_VALUE = 4,
+    PARSE_VAR = 5,
+    PARSE_VERSION = 6,
+    PARSE_NUMERIC = 7
 };
 
 struct rx_parse_clause : rx_clause {
     bool upper;
     rx_parse_source source;
-    rx_expr *operand;      ///< the VALUE expression or the VAR symbol
-    rx_expr *template_;    ///< first token of the template, or null
+    rx_expr *operand;       ///< the VALUE expression or the VAR symbol
+    rx_expr *template_;     ///< first token of the template, or null
     mutable void *compiled; ///< the engine's cache of the template's items
 };
 
@@ -210,7 +247,11 @@ struct rx_address_clause : rx_clause {
 };
 
 enum rx_numeric_form_kind : uint8_t {
-    NUMERIC_DIGITS = 0, NUMERIC_SCIENTIFIC = 1, NUMERIC_ENGINEERING = 2, NUMERIC_FORM_VALUE = 3, NUMERIC_FUZZ = 4
+    NUMERIC_DIGITS = 0,
+    NUMERIC_SCIENTIFIC = 1,
+    NUMERIC_ENGINEERING = 2,
+    NUMERIC_FORM_VALUE = 3,
+    NUMERIC_FUZZ = 4
 };
 
 struct rx_numeric_clause : rx_clause {
@@ -227,8 +268,8 @@ struct rx_trace_clause : rx_clause {
 
 struct rx_label {
     std::string_view name;
-    rx_clause_cell *cell;   ///< the cell of the label's own clause
-    rx_build_frame *frame;  ///< null when the label stands at the top level of its source
+    rx_clause_cell *cell;  ///< the cell of the label's own clause
+    rx_build_frame *frame; ///< null when the label stands at the top level of its source
     unsigned line;
     rx_label *next;
 };
@@ -267,10 +308,10 @@ struct rx_program {
     std::string source;             ///< all loaded source text, one segment behind the other
     std::vector<rx_source_entry> entries;
     rx_modes_record modes;
-    unsigned rc_lines = 0;            ///< lines that the start-up file put in front of the script
-    std::vector<unsigned> exec_lines; ///< lines that hold a clause, for the debugger
+    unsigned rc_lines = 0;                       ///< lines that the start-up file put in front of the script
+    std::vector<unsigned> exec_lines;            ///< lines that hold a clause, for the debugger
     std::vector<std::unique_ptr<rx_arena>> kept; ///< arenas of texts that must outlive their INTERPRET
-    uint64_t serial = 0;              ///< raised whenever a source or a label is added
+    uint64_t serial = 0;                         ///< raised whenever a source or a label is added
 };
 
 /// The text of one line (from 0) of a text; empty behind its end.

@@ -13,13 +13,14 @@
 #endif
 #endif
 #ifdef VANDRA_ASAN
+#include <sanitizer/asan_interface.h>
 #include <sanitizer/common_interface_defs.h>
 #endif
 
 namespace {
 
 #ifdef VANDRA_ASAN
-constexpr size_t stack_size = size_t{4} << 30; // instrumented frames are several times as large
+constexpr size_t stack_size = size_t{1} << 30; // instrumented frames are several times as large
 #else
 constexpr size_t stack_size = size_t{512} << 20;
 #endif
@@ -37,10 +38,18 @@ void *argument_now = nullptr;
 const void *caller_bottom = nullptr;
 size_t caller_size = 0;
 void *caller_fake = nullptr;
-void enter_stack() { __sanitizer_start_switch_fiber(&caller_fake, stack_base, stack_size); }
-void entered_stack() { __sanitizer_finish_switch_fiber(nullptr, &caller_bottom, &caller_size); }
-void leave_stack() { __sanitizer_start_switch_fiber(nullptr, caller_bottom, caller_size); }
-void left_stack() { __sanitizer_finish_switch_fiber(caller_fake, nullptr, nullptr); }
+void enter_stack() {
+    __sanitizer_start_switch_fiber(&caller_fake, stack_base, stack_size);
+}
+void entered_stack() {
+    __sanitizer_finish_switch_fiber(nullptr, &caller_bottom, &caller_size);
+}
+void leave_stack() {
+    __sanitizer_start_switch_fiber(nullptr, caller_bottom, caller_size);
+}
+void left_stack() {
+    __sanitizer_finish_switch_fiber(caller_fake, nullptr, nullptr);
+}
 #else
 void enter_stack() {}
 void entered_stack() {}
@@ -55,6 +64,14 @@ void trampoline() {
 }
 
 } // namespace
+
+void rx_before_unwinding() {
+#ifdef VANDRA_ASAN
+    if (!on_stack) return;
+    char *frame = static_cast<char *>(__builtin_frame_address(0));
+    ASAN_UNPOISON_MEMORY_REGION(frame, static_cast<size_t>(stack_base + stack_size - frame));
+#endif
+}
 
 void rx_open_stack_reserve() {
     char *lower = stack_base + (rx_stack_limit - stack_base) / 2;

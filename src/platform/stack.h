@@ -1,5 +1,5 @@
-// A native stack of the interpreter's own. A call of a routine is a native recursion, so the interpreter runs on a stack
-// that is large enough for deep scripts (reserved, not committed), and raises an error before it is used up.
+// A native stack of the interpreter's own. A call of a routine is a native recursion, so the interpreter runs on a
+// stack that is large enough for deep scripts (reserved, not committed), and raises an error before it is used up.
 #pragma once
 
 #include <cstddef>
@@ -16,6 +16,10 @@ void rx_open_stack_reserve();
 
 /// Takes that back once the stack isn't deep any more; called where a signal is taken up.
 void rx_close_stack_reserve();
+
+/// To be called before an exception is thrown. Under AddressSanitizer it makes the frames that will be left usable
+/// again, which the sanitizer does by itself on small stacks only; otherwise it does nothing.
+void rx_before_unwinding();
 
 inline bool rx_stack_used_up() {
     return static_cast<char *>(__builtin_frame_address(0)) < rx_stack_limit;

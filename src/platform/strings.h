@@ -22,8 +22,12 @@ std::vector<std::string_view> rx_split_words(std::string_view text);
 /// The pieces between separators, empty ones kept: n separators give n + 1 pieces.
 std::vector<std::string_view> rx_split_at(std::string_view text, char separator);
 
-inline bool rx_is_digit(char c) { return c >= '0' && c <= '9'; }
-inline bool rx_is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+inline bool rx_is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+inline bool rx_is_letter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 
 /// Letters, digits and @ # $ . ! ? _ : what a symbol is made of.
 inline bool rx_is_symbol_char(char c) {

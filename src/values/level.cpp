@@ -114,8 +114,10 @@ rx_stem &rx_level::enter_stem(std::string_view name, uint64_t hash) {
 }
 
 void rx_stem::append(rx_var &var) {
-    if (last) last->next = &var;
-    else first = &var;
+    if (last)
+        last->next = &var;
+    else
+        first = &var;
     last = &var;
 }
 

@@ -7,8 +7,7 @@
 
 /// Open addressing with linear probing over pointers; grows at three quarters. The hash is kept beside each pointer, so
 /// that growing needs no names and most misses touch one line.
-template <class T>
-struct rx_pointer_table {
+template <class T> struct rx_pointer_table {
     struct slot {
         uint64_t hash = 0;
         T *item = nullptr;
@@ -31,12 +30,14 @@ struct rx_pointer_table {
     }
     /// Forgets everything; small tables keep their storage.
     void clear() {
-        if (slots.size() > 64) slots = {};
-        else if (used) std::fill(slots.begin(), slots.end(), slot{});
+        if (slots.size() > 64)
+            slots = {};
+        else if (used)
+            std::fill(slots.begin(), slots.end(), slot{});
         used = 0;
     }
 
-  private:
+private:
     void place(uint64_t hash, T *item) {
         size_t mask = slots.size() - 1, at = hash & mask;
         while (slots[at].item) at = (at + 1) & mask;
@@ -74,7 +75,7 @@ struct rx_stem {
     /// The text behind the stem's dot.
     std::string tail_of(const rx_var &var) const;
 
-  private:
+private:
     void append(rx_var &var);
 };
 

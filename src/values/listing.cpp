@@ -41,7 +41,9 @@ bool set_in_older(const rx_level *level, const rx_stem &stem, const std::string 
 } // namespace
 
 unsigned rx_hash_name(std::string_view name, unsigned mask) {
-    auto byte = [&](size_t i) { return static_cast<unsigned>(static_cast<signed char>(i < name.size() ? name[i] : 0)); };
+    auto byte = [&](size_t i) {
+        return static_cast<unsigned>(static_cast<signed char>(i < name.size() ? name[i] : 0));
+    };
     unsigned h = byte(0);
     for (size_t i = 1; i <= name.size(); i++) h = (h * 31 + byte(i)) & mask;
     return h;

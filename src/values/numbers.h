@@ -55,8 +55,7 @@ bool rx_is_number(rx_value &value);
 
 /// True when the number is whole. Infinities count as whole, a NaN does not.
 inline bool rx_is_whole(double number) {
-    if (std::fabs(number) < 4503599627370496.0)
-        return number == static_cast<double>(static_cast<long long>(number));
+    if (std::fabs(number) < 4503599627370496.0) return number == static_cast<double>(static_cast<long long>(number));
     return number == number;
 }
 

@@ -61,9 +61,11 @@ template <rx_computation compute>
 inline rx_value arithmetic(const rx_value &left, const rx_value &right, const char *too_long, int &fault) {
     rx_plain a, b;
     fault = !take_number(left, a) ? 1 : !take_number(right, b) ? 2 : 0;
-    if (fault) [[unlikely]] return fail(41, fault, fault);
+    if (fault) [[unlikely]]
+        return fail(41, fault, fault);
     rx_plain computed = compute(a, b, rx_numeric->digits);
-    if (computed.failed()) [[unlikely]] return refuse(computed.fault(), too_long, fault);
+    if (computed.failed()) [[unlikely]]
+        return refuse(computed.fault(), too_long, fault);
     return rx_value_of(computed);
 }
 

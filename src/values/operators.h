@@ -1,9 +1,9 @@
 // The operators of the language, one function each, and the table that names them.
 //
-// An operator takes its operands as views and never changes them; it returns a new value. When it fails it returns none,
-// stores the number of the error in rx_error.number and says in `fault` who is to blame: 1 the left (or only) operand,
-// 2 the right one, 3 neither, with the extra text ready in rx_error.extra. The expression walk turns that into a
-// raised error, for it knows where the operand stands in the source.
+// An operator takes its operands as views and never changes them; it returns a new value. When it fails it returns
+// none, stores the number of the error in rx_error.number and says in `fault` who is to blame: 1 the left (or only)
+// operand, 2 the right one, 3 neither, with the extra text ready in rx_error.extra. The expression walk turns that into
+// a raised error, for it knows where the operand stands in the source.
 #pragma once
 
 #include "values/numbers.h"
@@ -22,9 +22,9 @@ enum rx_operator_id : uint8_t {
 
 /// What the operands of an operator are read as; decides which form of a constant is handed to it.
 enum rx_operand_use : uint8_t {
-    RX_AS_NUMBER,  ///< arithmetic and logic: a constant that is a number is handed over as one
-    RX_AS_EITHER,  ///< normal comparison: as a number when the other operand is one
-    RX_AS_TEXT     ///< strict comparison, concatenation, length: always as text
+    RX_AS_NUMBER, ///< arithmetic and logic: a constant that is a number is handed over as one
+    RX_AS_EITHER, ///< normal comparison: as a number when the other operand is one
+    RX_AS_TEXT    ///< strict comparison, concatenation, length: always as text
 };
 
 struct rx_operator {

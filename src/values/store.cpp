@@ -26,9 +26,7 @@ struct name_builder {
         }
         length += text.size();
     }
-    std::string_view view() const {
-        return large.empty() ? std::string_view(small, length) : std::string_view(large);
-    }
+    std::string_view view() const { return large.empty() ? std::string_view(small, length) : std::string_view(large); }
 };
 
 bool refreshes(const rx_symbol &symbol) {
@@ -188,8 +186,10 @@ const rx_value &uninitialised(std::string_view name, rx_value &scratch, rx_read 
 std::string compound_name(const rx_symbol &symbol, const resolved_tails &tails) {
     std::string name(symbol.stem);
     name += '.';
-    if (tails.index >= 0) name += std::to_string(tails.index);
-    else name += tails.view();
+    if (tails.index >= 0)
+        name += std::to_string(tails.index);
+    else
+        name += tails.view();
     return name;
 }
 
@@ -412,15 +412,19 @@ void rx_expose(const rx_symbol &symbol) {
     resolved_tails tails;
     if (!symbol.compound()) {
         var = level->find(symbol.name, symbol.hash);
-        if (var) var->generation++;
-        else var = &level->enter(symbol.name, symbol.hash);
+        if (var)
+            var->generation++;
+        else
+            var = &level->enter(symbol.name, symbol.hash);
     } else {
         rx_stem *stem = level->find_stem(symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
         if (!symbol.whole_stem) resolve_tails(symbol, tails);
         var = symbol.whole_stem ? stem->key : find_tail(*stem, tails);
-        if (var) var->generation++;
-        else var = symbol.whole_stem ? &stem->enter_key() : &enter_tail(*stem, tails);
+        if (var)
+            var->generation++;
+        else
+            var = symbol.whole_stem ? &stem->enter_key() : &enter_tail(*stem, tails);
     }
     drop_entry(*var);
     var->state = RX_EXPOSED;
@@ -441,7 +445,8 @@ std::vector<rx_symbol *> rx_var_list(const rx_symbol &list, rx_arena &arena) {
     return symbols;
 }
 
-// ---- pins ------------------------------------------------------------------------------------------------------------
+// ---- pins
+// ------------------------------------------------------------------------------------------------------------
 
 namespace {
 /// The pins in force, newest first; process-wide, since nested runs end before the pins around them.

@@ -27,15 +27,15 @@
 enum rx_var_state : uint8_t { RX_DROPPED = 0, RX_SET = 1, RX_EXPOSED = 2 };
 
 struct rx_var {
-    rx_value value;           ///< meaningful in state RX_SET
-    const char *name;         ///< full resolved name, NUL-terminated; null for an array element
-    rx_var *next = nullptr;   ///< entries of one level or stem, in order of entry
-    uint32_t generation = 0;  ///< assignments to the entry after the first
-    uint32_t order;           ///< order of entry in its level
-    uint32_t name_length;     ///< of an array element: the number that is its tail
-    uint32_t pins = 0;        ///< how many rx_pin hold the value, usually none
+    rx_value value;          ///< meaningful in state RX_SET
+    const char *name;        ///< full resolved name, NUL-terminated; null for an array element
+    rx_var *next = nullptr;  ///< entries of one level or stem, in order of entry
+    uint32_t generation = 0; ///< assignments to the entry after the first
+    uint32_t order;          ///< order of entry in its level
+    uint32_t name_length;    ///< of an array element: the number that is its tail
+    uint32_t pins = 0;       ///< how many rx_pin hold the value, usually none
     rx_var_state state = RX_DROPPED;
-    bool remembered = false;  ///< set by the word functions, which remember a text's words; cleared by every writer
+    bool remembered = false; ///< set by the word functions, which remember a text's words; cleared by every writer
 };
 
 struct rx_level;
@@ -71,7 +71,7 @@ const rx_value *rx_var_peek(const rx_symbol &symbol);
 /// process environment are never found this way.
 inline const rx_value *rx_var_cached(const rx_symbol &symbol) {
     return symbol.serial == rx_scope.value.serial && symbol.var && symbol.var->state == RX_SET ? &symbol.var->value
-                                                                                              : nullptr;
+                                                                                               : nullptr;
 }
 
 /// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.
@@ -89,7 +89,8 @@ void rx_save_pinned(rx_var &var);
 
 /// The record of a set entry, for changing it. Saves the old value for whoever pinned it.
 inline rx_value &rx_var_writable(rx_var &var) {
-    if (var.pins) [[unlikely]] rx_save_pinned(var);
+    if (var.pins) [[unlikely]]
+        rx_save_pinned(var);
     var.remembered = false;
     return var.value;
 }
@@ -154,7 +155,8 @@ std::string rx_show_vars(unsigned level);
 /// The hash that fixes the order of listings: h starts as the first byte, then takes in every byte and the NUL.
 unsigned rx_hash_name(std::string_view name, unsigned mask);
 
-// -- lending for longer ------------------------------------------------------------------------------------------------
+// -- lending for longer
+// ------------------------------------------------------------------------------------------------
 
 /// Keeps the value that a variable has now readable while other code runs. While it lives, a writer of the variable
 /// moves the old value here first.
@@ -169,7 +171,7 @@ struct rx_pin {
     /// True while the variable still holds that value itself.
     bool untouched() const { return saved_.is_none(); }
 
-  private:
+private:
     friend void rx_save_pinned(rx_var &var);
     rx_var *var_;
     rx_pin *outer_;

@@ -33,7 +33,7 @@ struct rx_symbol {
     bool environment = false; ///< begins with "$" and has two characters at least
     bool bad_name = false;    ///< begins with "." or a digit: can't be assigned
     mutable uint64_t serial = 0;
-    mutable rx_var *var = nullptr;       ///< simple symbols, valid for `serial`
+    mutable rx_var *var = nullptr;         ///< simple symbols, valid for `serial`
     mutable rx_stem *stem_entry = nullptr; ///< compound symbols, valid for `serial`
 
     bool compound() const { return tails != nullptr; }

@@ -20,6 +20,9 @@ import time
 VANDRA = os.path.abspath(sys.argv[1])
 TIME_LIMIT = 120  # seconds; whatever needs more hangs
 
+with open(VANDRA, "rb") as program:
+    SANITIZED = b"__asan_init" in program.read()
+
 
 def script(text):
     """The path of a script in the current (temporary) directory."""
@@ -35,8 +38,13 @@ def start(text, **options):
 def output(text, **options):
     process = start(text, **options)
     out, err = process.communicate(timeout=TIME_LIMIT)
-    assert err == b"", err
+    assert complaints(err) == [], err
     return out.decode()
+
+
+def complaints(error_output):
+    """The lines of an error output, without what the sanitizer has to say about the interpreter's own stack."""
+    return [line for line in error_output.splitlines() if b"makecontext/swapcontext" not in line]
 
 
 def children(parent):
@@ -143,7 +151,7 @@ def test_background_commands_are_cut_off_from_our_streams():
         stdin=subprocess.PIPE,
     )
     out, err = process.communicate(b"for the script\n", timeout=TIME_LIMIT)
-    assert (out, err) == (b"0\nfor the script\n", b""), (out, err)
+    assert (out, complaints(err)) == (b"0\nfor the script\n", []), (out, err)
 
 
 LINES = b"".join(b"line %d\n" % i for i in range(20000))
@@ -202,6 +210,8 @@ def test_input_that_cannot_be_read():
 
 
 def test_no_descriptors_left():
+    if SANITIZED:  # it needs descriptors of its own
+        return
     text = """trace o
         'true'; say rc
         parse pull a; say a

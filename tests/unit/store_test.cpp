@@ -61,7 +61,8 @@ TEST_F(store, showing_tells_every_state) {
 TEST_F(store, dense_and_sparse_tails_are_one_namespace) {
     std::mt19937 random(7);
     std::set<unsigned> numbers;
-    for (int i = 0; i < 3000; i++) numbers.insert(i % 3 ? static_cast<unsigned>(i) : static_cast<unsigned>(random() % 1000000000));
+    for (int i = 0; i < 3000; i++)
+        numbers.insert(i % 3 ? static_cast<unsigned>(i) : static_cast<unsigned>(random() % 1000000000));
     std::vector<unsigned> shuffled(numbers.begin(), numbers.end());
     std::shuffle(shuffled.begin(), shuffled.end(), random);
     for (unsigned n : shuffled) {
