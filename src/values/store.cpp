@@ -140,6 +140,14 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
     build_tails(symbol, tails.text);
 }
 
+/// The plain whole number that the only tail of a compound holds, when that can be had without making a text; else -1.
+inline int64_t ready_index(const rx_symbol &symbol) {
+    if (symbol.tail_count != 1) return -1;
+    const rx_tail &tail = symbol.tails[0];
+    if (tail.serial != rx_scope->serial || !tail.var || tail.var->state != RX_SET) return -1;
+    return tail.var->value.is_number() ? rx_plain_index(tail.var->value) : -1;
+}
+
 rx_var *find_tail(const rx_stem &stem, const resolved_tails &tails) {
     return tails.index >= 0 ? stem.find(static_cast<uint32_t>(tails.index)) : stem.find(tails.view());
 }
@@ -235,6 +243,11 @@ rx_var &compound_entry(const rx_symbol &symbol) {
         bool found = stem->key != nullptr;
         return touched(stem->enter_key(), found);
     }
+    if (int64_t index = ready_index(symbol); index >= 0) {
+        rx_var *var = stem->find(static_cast<uint32_t>(index));
+        if (!var) return stem->enter(static_cast<uint32_t>(index));
+        if (var->state != RX_EXPOSED) return touched(*var, true);
+    }
     resolved_tails tails;
     resolve_tails(symbol, tails);
     for (;;) {
@@ -298,6 +311,10 @@ const rx_value *rx_var_peek(const rx_symbol &symbol) {
     if (symbol.whole_stem) {
         const rx_var *key = find_key(symbol);
         return key && key->state == RX_SET ? &key->value : nullptr;
+    }
+    if (int64_t index = ready_index(symbol); index >= 0 && symbol.serial == rx_scope->serial && symbol.stem_entry) {
+        const rx_var *var = symbol.stem_entry->find(static_cast<uint32_t>(index));
+        if (var && var->state == RX_SET) return &var->value;
     }
     resolved_tails tails;
     resolve_tails(symbol, tails);
