@@ -38,8 +38,7 @@ struct run_request {
     int code = 0;
 };
 
-// ---- arguments
-// --------------------------------------------------------------------------------------------------------
+// ---- arguments -----------------------------------------------------------------------------------------------------
 
 rx_arg argument(std::string_view text, bool omitted = false) {
     rx_arg arg;
@@ -90,8 +89,7 @@ std::vector<std::string> words_of(const rx_split_line &split) {
     return words;
 }
 
-// ---- programs
-// ---------------------------------------------------------------------------------------------------------
+// ---- programs ------------------------------------------------------------------------------------------------------
 
 /// True when the files of a kept program are the ones that it was made from.
 bool is_current(const rx_program &program, const std::string &script) {

@@ -134,8 +134,7 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
     return std::move(rx_walk->result);
 }
 
-// ---- resolution
-// ------------------------------------------------------------------------------------------------------
+// ---- resolution ----------------------------------------------------------------------------------------------------
 
 /// A quoted name is looked up among the labels only when it is a path, so that it can reach a built-in of the same name
 /// as a label.

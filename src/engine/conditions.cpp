@@ -195,8 +195,7 @@ void rx_poll_between_clauses() {
         rx_halt_poll();
 }
 
-// ---- the system's own variables
-// ---------------------------------------------------------------------------------------
+// ---- the system's own variables ------------------------------------------------------------------------------------
 
 const rx_symbol &rx_system_symbol(rx_system_variable name) {
     static rx_arena arena;

@@ -22,8 +22,7 @@
 #include <string_view>
 #include <vector>
 
-// ---- how a walk ends
-// -------------------------------------------------------------------------------------------------
+// ---- how a walk ends -----------------------------------------------------------------------------------------------
 
 enum class rx_flow : uint8_t {
     next,      ///< go on behind
@@ -57,8 +56,7 @@ inline rx_run_local<rx_program *> rx_program_now;
 /// Counts clauses, process-wide: the clock functions read the time once per number.
 inline constinit uint64_t rx_clause_count = 0;
 
-// ---- conditions
-// ------------------------------------------------------------------------------------------------------
+// ---- conditions ----------------------------------------------------------------------------------------------------
 
 enum rx_condition : int {
     RX_ERROR = 0,
@@ -74,8 +72,7 @@ enum rx_trap_state : int8_t { RX_TRAP_OFF = 0, RX_TRAP_SIGNAL = 1, RX_TRAP_CALL 
 /// The name of a condition in upper or lower case by the case mode ("" for RX_NO_CONDITION).
 std::string_view rx_condition_name(int condition);
 
-// ---- what a routine inherits and gets back
-// -----------------------------------------------------------------------------
+// ---- what a routine inherits and gets back -------------------------------------------------------------------------
 
 /// Settings that a routine may change and that its return restores. Cheap to copy: a call copies it once.
 struct rx_settings_record {
@@ -110,8 +107,7 @@ struct rx_args_record {
 };
 inline rx_run_local<rx_args_record> rx_args;
 
-// ---- trace
-// -----------------------------------------------------------------------------------------------------------
+// ---- trace ---------------------------------------------------------------------------------------------------------
 
 // clang-format off
 enum rx_trace_bits : unsigned {
@@ -137,8 +133,7 @@ void rx_set_code(rx_system_variable name, double number);
 /// Sets SIGL to a line (from 0) plus 1.
 void rx_set_sigl(unsigned line);
 
-// ---- the walk
-// --------------------------------------------------------------------------------------------------------
+// ---- the walk ------------------------------------------------------------------------------------------------------
 
 /// Walks a chain from a cell to its end, or until a clause ends in anything but `next`.
 rx_flow rx_run_clauses(const rx_clause_cell *cell);
@@ -163,8 +158,7 @@ void rx_call_handler(std::string_view name);
 /// Raises error 5 when the native stack is nearly used up; everything that recurses calls it.
 void rx_check_stack();
 
-// ---- clause prologue
-// -------------------------------------------------------------------------------------------------
+// ---- clause prologue -----------------------------------------------------------------------------------------------
 
 struct rx_shown {
     int level = 0;     ///< trace level for the clause's expressions
@@ -179,8 +173,7 @@ inline rx_shown rx_show_clause(const rx_clause *clause, unsigned bits = TRACE_CL
     return rx_show_clause_slow(clause->line, bits);
 }
 
-// ---- doors of the other rooms
-// ----------------------------------------------------------------------------------------
+// ---- doors of the other rooms --------------------------------------------------------------------------------------
 
 /// Set by the driver: loads or runs an external routine. 0 not found, 1 loaded (search again), 2 ran, `result` is set.
 inline int (*rx_load_external)(std::string_view name, bool fold, const rx_expr *arguments, rx_value &result,

@@ -111,8 +111,7 @@ rx_flow do_words(const rx_do_clause &loop, int level) {
     return run_rounds(loop, level, plain_words, true, next_word, nothing);
 }
 
-// ---- the controlled loop
-// ----------------------------------------------------------------------------------------------
+// ---- the controlled loop -------------------------------------------------------------------------------------------
 
 struct controlled {
     const rx_do_clause &loop;

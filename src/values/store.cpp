@@ -462,8 +462,7 @@ std::vector<rx_symbol *> rx_var_list(const rx_symbol &list, rx_arena &arena) {
     return symbols;
 }
 
-// ---- pins
-// ------------------------------------------------------------------------------------------------------------
+// ---- pins ----------------------------------------------------------------------------------------------------------
 
 namespace {
 /// The pins in force, newest first; process-wide, since nested runs end before the pins around them.
