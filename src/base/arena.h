@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -39,9 +40,19 @@ struct rx_arena {
     /// A copy of the text with a NUL behind it (not counted in the view).
     std::string_view copy(std::string_view text) {
         char *bytes = static_cast<char *>(allocate(text.size() + 1));
-        if (!text.empty()) std::memcpy(bytes, text.data(), text.size());
-        bytes[text.size()] = '\0';
-        return {bytes, text.size()};
+        // Most texts are names of a few bytes: two moves that overlap are quicker than a call.
+        size_t size = text.size();
+        if (size > 16) {
+            std::memcpy(bytes, text.data(), size);
+        } else if (size >= 8) {
+            move_ends<uint64_t>(bytes, text);
+        } else if (size >= 4) {
+            move_ends<uint32_t>(bytes, text);
+        } else {
+            for (size_t i = 0; i < size; i++) bytes[i] = text[i];
+        }
+        bytes[size] = '\0';
+        return {bytes, size};
     }
 
     /// Forgets all records and keeps the first block for reuse.
@@ -52,6 +63,13 @@ struct rx_arena {
     }
 
 private:
+    template <class Word> static void move_ends(char *to, std::string_view text) {
+        Word first, last;
+        std::memcpy(&first, text.data(), sizeof first);
+        std::memcpy(&last, text.data() + text.size() - sizeof last, sizeof last);
+        std::memcpy(to, &first, sizeof first);
+        std::memcpy(to + text.size() - sizeof last, &last, sizeof last);
+    }
     struct block {
         std::unique_ptr<char[]> bytes;
         size_t size;

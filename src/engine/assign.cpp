@@ -167,23 +167,18 @@ std::string shown_name(const rx_symbol &target) {
 
 /// A number that the quick road yields goes straight into the record of a variable that holds a number already. False:
 /// nothing has happened.
-inline bool store_number(const rx_assign_clause &clause, const rx_symbol &target, int level) {
-    if (level || !clause.value || clause.from || clause.to) return false;
+inline bool store_number(const rx_assign_clause &clause, const rx_symbol &target) {
     const rx_value *held = rx_var_cached(target);
     rx_plain plain;
     if (!held || !held->is_number() || !rx_try_quick(clause.value, plain)) return false;
-    rx_value &record = rx_var_writable(*target.var);
-    if (!record.is_number()) record = rx_number(0);
-    record.real = plain.real;
-    record.decimals = plain.decimals;
-    record.rounded = static_cast<uint8_t>(plain.rounded);
-    target.var->generation++;
+    rx_var &var = *target.var;
+    rx_put_plain(rx_var_writable(var), plain);
+    var.generation++;
     return true;
 }
 
 /// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.
 void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int level) {
-    if (store_number(clause, target, level)) return;
     rx_value value = right_side(clause.value, level);
     if (clause.from || clause.to) return assign_part(clause, target, std::move(value), level);
     if (level && rx_settings->trace & (TRACE_I | TRACE_R)) {
@@ -201,10 +196,11 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
 
 void rx_assign(const rx_assign_clause &clause) {
     const rx_symbol &target = *clause.target->symbol;
+    bool indexed = clause.from || clause.to;
+    if (clause.value && !indexed && (rx_settings->trace & TRACE_CLAUSES) == 0 && store_number(clause, target)) return;
     if (target.bad_name) rx_raise_at(clause.target->line, clause.target->column, 31);
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return;
-    bool indexed = clause.from || clause.to;
     if (shown.level == 0 && !indexed && clause.value && joins(clause.value) && append_in_place(clause)) return;
     if (shown.level) trace_target(clause, shown.level);
 

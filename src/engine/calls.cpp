@@ -1,10 +1,11 @@
 // Routine calls: the search for a name, internal routines, CALL.
 #include "base/output.h"
 #include "engine/clauses.h"
+#include "engine/quick.h"
 #include "engine/trace.h"
 #include "platform/stack.h"
 
-#include <memory>
+#include <new>
 #include <set>
 
 const std::string *rx_intern(std::string_view name) {
@@ -15,47 +16,23 @@ const std::string *rx_intern(std::string_view name) {
 
 namespace {
 
-/// Where the arguments of all active calls lie, one behind the other: a call takes as many as it has and gives them
-/// back when it ends. They never move, for the routine's records point to them. Process-wide, as calls nest.
-struct argument_stack {
-    static constexpr size_t block_size = 1024;
-    std::vector<std::unique_ptr<rx_arg[]>> blocks;
-    std::vector<std::unique_ptr<rx_arg[]>> large; ///< of calls with more arguments than a block holds
-    size_t block = 0;
-    size_t used = 0; ///< of the block in use
-};
-argument_stack all_arguments;
-
-/// The arguments of one call, while it lasts.
+/// The arguments of one call, while it lasts: a few lie in the frame, so that most calls allocate nothing.
 struct argument_area {
+    static constexpr size_t few = 4;
     size_t count;
-    rx_arg *args = nullptr;
-    size_t block_before = all_arguments.block, used_before = all_arguments.used;
+    rx_arg *args;
+    alignas(rx_arg) std::byte room[few * sizeof(rx_arg)];
 
     explicit argument_area(size_t wanted) : count(wanted) {
-        argument_stack &stack = all_arguments;
-        if (count == 0) return;
-        if (count > argument_stack::block_size) {
-            stack.large.push_back(std::make_unique<rx_arg[]>(count));
-            args = stack.large.back().get();
-            return;
-        }
-        if (stack.used + count > argument_stack::block_size) {
-            stack.block++;
-            stack.used = 0;
-        }
-        if (stack.block >= stack.blocks.size())
-            stack.blocks.push_back(std::make_unique<rx_arg[]>(argument_stack::block_size));
-        args = stack.blocks[stack.block].get() + stack.used;
-        stack.used += count;
+        void *place = count <= few ? room : ::operator new(count * sizeof(rx_arg));
+        args = static_cast<rx_arg *>(place);
+        for (size_t i = 0; i < count; i++) new (args + i) rx_arg;
     }
     argument_area(const argument_area &) = delete;
     argument_area &operator=(const argument_area &) = delete;
     ~argument_area() {
-        for (size_t i = 0; i < count; i++) args[i].text = rx_value();
-        if (count > argument_stack::block_size) all_arguments.large.pop_back();
-        all_arguments.block = block_before;
-        all_arguments.used = used_before;
+        for (size_t i = 0; i < count; i++) args[i].~rx_arg();
+        if (count > few) ::operator delete(args);
     }
 };
 
@@ -66,10 +43,40 @@ size_t count_arguments(const rx_expr *list) {
     return count;
 }
 
+/// The text of a value that is lent.
+void put_text_of(rx_value &text, const rx_value &value) {
+    if (value.is_number())
+        rx_put_number_text(text, rx_plain_of(value));
+    else
+        text = rx_copy_value(value);
+}
+
+/// Evaluates one argument to its text. What most calls hand on (constants, variables, small sums and the caller's own
+/// arguments) is had without going through the evaluation of expressions.
+void evaluate_argument(const rx_expr *node, rx_value &text, int level) {
+    if (level == 0) {
+        if (node->type == STRING) {
+            text = rx_copy_value(*node->literal->text);
+            return;
+        }
+        if (node->type == SYMBOL) {
+            if (const rx_value *value = rx_var_cached(*node->symbol)) return put_text_of(text, *value);
+        } else if (node->op->kind == RX_CALL) {
+            if (const rx_value *value = rx_quick_argument(*node->op)) return put_text_of(text, *value);
+        } else if (rx_plain plain; rx_try_quick(node, plain)) {
+            return rx_put_number_text(text, plain);
+        }
+    }
+    text = rx_to_string(do_exec(node, level));
+}
+
 void evaluate_arguments(const rx_expr *list, rx_arg *args, int level) {
     for (; list; list = list->next, args++) {
         args->omitted = list->type == VIDE;
-        args->text = args->omitted ? rx_string("") : rx_to_string(do_exec(list, level));
+        if (args->omitted)
+            args->text = rx_string("");
+        else
+            evaluate_argument(list, args->text, level);
     }
 }
 
@@ -124,7 +131,13 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
         rx_walk->interpret_depth = 0;
         rx_walk->call_depth++;
         rx_walk->nesting++;
-        flow = rx_run_block(label.cell);
+        const rx_clause_cell *start = label.cell;
+        if ((rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F)) == 0) {
+            // Nothing of the label's own clause would be seen.
+            rx_clause_count++;
+            start = start->next;
+        }
+        flow = rx_run_block(start);
     }
     // A signal that a line typed at the trace prompt made leaves the routines that the line called.
     if (flow == rx_flow::signalled) {
@@ -154,6 +167,13 @@ bool cached(const rx_op &call, resolved_kind &kind) {
     return true;
 }
 
+/// n of a list of arguments that is one constant n, a whole number from 1; else 0.
+uint32_t constant_argument(const rx_expr *list) {
+    if (!list || list->next || list->type != STRING || !list->literal->number) return 0;
+    double n = list->literal->number->real;
+    return n >= 1 && n <= 1e9 && rx_is_whole(n) ? static_cast<uint32_t>(n) : 0;
+}
+
 bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
     std::string_view name = call.name->text;
     const rx_program &program = **rx_program_now;
@@ -161,6 +181,7 @@ bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
         kind = found;
         call.target = target;
         call.target_serial = program.serial << 2 | found;
+        call.argument = target == reinterpret_cast<const void *>(rx_arg_handler) ? constant_argument(call.args) : 0;
         return true;
     };
     if (after_load || may_be_label(call.name)) {
@@ -175,7 +196,7 @@ bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
     return false;
 }
 
-rx_value call_handler(const rx_op &call, resolved_kind kind, int level) {
+[[gnu::noinline]] rx_value call_handler(const rx_op &call, resolved_kind kind, int level) {
     struct call_state {
         int level = *rx_call_level;
         std::string_view name = rx_called_name;
@@ -191,7 +212,7 @@ rx_value call_handler(const rx_op &call, resolved_kind kind, int level) {
     return row->handler(call.args, rx_extra_functions);
 }
 
-rx_value call_label(const rx_op &call, int level) {
+[[gnu::noinline]] rx_value call_label(const rx_op &call, int level) {
     const auto *label = static_cast<const rx_label *>(call.target);
     rx_set_sigl(call.name->line);
     if (label->frame)
@@ -207,15 +228,24 @@ rx_value call_label(const rx_op &call, int level) {
 
 } // namespace
 
+namespace {
+
+/// A name that no call has met before: a source is loaded for it, or its command runs.
+[[gnu::noinline]] bool load_routine(const rx_op &call, resolved_kind &kind, rx_value &result, int level) {
+    int found = 0;
+    if (rx_load_external)
+        found = rx_load_external(call.name->text, call.name->type != STRING, call.args, result, level);
+    if (found == 2) return false;
+    if (found == 0 || !resolve(call, true, kind)) not_found(call.name);
+    return true;
+}
+
+} // namespace
+
 rx_value rx_invoke(const rx_op *call, int level) {
     resolved_kind kind;
-    if (!cached(*call, kind) && !resolve(*call, false, kind)) {
-        rx_value result;
-        int found = 0;
-        if (rx_load_external)
-            found = rx_load_external(call->name->text, call->name->type != STRING, call->args, result, level);
-        if (found == 2) return result;
-        if (found == 0 || !resolve(*call, true, kind)) not_found(call->name);
+    if (!cached(*call, kind) && !resolve(*call, false, kind)) [[unlikely]] {
+        if (rx_value result; !load_routine(*call, kind, result, level)) return result;
     }
     rx_error.line = call->name->line;
     rx_error.column = call->name->column;

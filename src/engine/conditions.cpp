@@ -5,6 +5,7 @@
 #include "front/report.h"
 #include "platform/signals.h"
 #include "platform/stack.h"
+#include "values/arithmetic.h"
 
 namespace {
 
@@ -197,16 +198,30 @@ void rx_poll_between_clauses() {
 
 // ---- the system's own variables ------------------------------------------------------------------------------------
 
+namespace {
+
+/// The system's variables in upper and in lower case.
+struct system_symbols {
+    rx_arena arena;
+    const rx_symbol *upper[4], *lower[4];
+
+    system_symbols() {
+        constexpr std::string_view names[4][2] = {
+            {"RC", "rc"}, {"RESULT", "result"}, {"SIGL", "sigl"}, {"RC_D", "rc_d"}};
+        for (size_t i = 0; i < 4; i++) {
+            upper[i] = rx_parse_tails(arena, names[i][0]);
+            lower[i] = rx_parse_tails(arena, names[i][1]);
+        }
+    }
+};
+const system_symbols all_system_symbols;
+
+} // namespace
+
 const rx_symbol &rx_system_symbol(rx_system_variable name) {
-    static rx_arena arena;
-    static rx_symbol *const symbols[][2] = {
-        {rx_parse_tails(arena, "RC"), rx_parse_tails(arena, "rc")},
-        {rx_parse_tails(arena, "RESULT"), rx_parse_tails(arena, "result")},
-        {rx_parse_tails(arena, "SIGL"), rx_parse_tails(arena, "sigl")},
-        {rx_parse_tails(arena, "RC_D"), rx_parse_tails(arena, "rc_d")},
-    };
-    rx_case_mode mode = rx_modes->case_mode;
-    return *symbols[name][mode == RX_UPPER || mode == RX_CASE_UNSET ? 0 : 1];
+    rx_case_mode mode = rx_modes.value.case_mode;
+    bool upper = mode == RX_UPPER || mode == RX_CASE_UNSET;
+    return *(upper ? all_system_symbols.upper : all_system_symbols.lower)[name];
 }
 
 void rx_set_code(rx_system_variable name, double number) {
@@ -214,5 +229,11 @@ void rx_set_code(rx_system_variable name, double number) {
 }
 
 void rx_set_sigl(unsigned line) {
-    rx_var_assign(rx_system_symbol(RX_SIGL), rx_number(line + 1.0));
+    const rx_symbol &symbol = rx_system_symbol(RX_SIGL);
+    if (const rx_value *held = rx_var_cached(symbol); held && held->is_number()) {
+        rx_put_plain(rx_var_writable(*symbol.var), {line + 1.0, rx_whole_head});
+        symbol.var->generation++;
+    } else {
+        rx_var_assign(symbol, rx_value_of({line + 1.0, rx_whole_head}));
+    }
 }

@@ -48,11 +48,22 @@ const rx_value &literal(const rx_expr *node, rx_operand_use use) {
     return use == RX_AS_NUMBER && node->literal->number ? *node->literal->number : *node->literal->text;
 }
 
+rx_value function(const rx_expr *node, const rx_op &op, int level) {
+    rx_value result = rx_invoke(&op, level);
+    if (result.is_none()) rx_raise_at(node->line, node->column, 44);
+    return result;
+}
+
 const rx_value &fetch(const rx_operand &operand, int level, rx_operand_use use, rx_value &scratch, int which) {
     switch (operand.kind) {
     case SYMBOL: return read_symbol(operand.node, level, scratch);
     case STRING: return literal(operand.node, use);
-    case OP_NODE: return scratch = do_exec(operand.node, level);
+    case OP_NODE:
+        if (const rx_op &op = *operand.node->op; op.kind == RX_CALL && level == 0) {
+            const rx_value *argument = rx_quick_argument(op);
+            return argument ? *argument : scratch = function(operand.node, op, level);
+        }
+        return scratch = do_exec(operand.node, level);
     }
     rx_internal_error("do_exec", which);
 }
@@ -169,10 +180,74 @@ rx_value dyadic(const rx_expr *node, const rx_op &op, int level) {
     return result;
 }
 
-rx_value function(const rx_expr *node, const rx_op &op, int level) {
-    rx_value result = rx_invoke(&op, level);
-    if (result.is_none()) rx_raise_at(node->line, node->column, 44);
+// ---- numbers beside calls ------------------------------------------------------------------------------------------
+//
+// Arithmetic and comparison over what isn't all numbers at hand, like f(x) + 1: each operand goes into registers as
+// soon as it is evaluated, so that nothing is lent that could change.
+
+/// The number of an operand that can be had at once. With `from_text` that of a text counts, too.
+inline bool ready_number(const rx_operand &operand, bool from_text, rx_plain &plain) {
+    const rx_value *value = nullptr;
+    if (operand.kind == STRING) {
+        value = operand.node->literal->number;
+    } else if (operand.kind == SYMBOL) {
+        value = rx_var_cached(*operand.node->symbol);
+    } else if (operand.node->op->kind == RX_DYADIC) {
+        return rx_try_quick(operand.node, plain);
+    } else if (operand.node->op->kind == RX_CALL) {
+        value = rx_quick_argument(*operand.node->op);
+    }
+    if (!value) return false;
+    if (value->is_number()) {
+        plain = rx_plain_of(*value);
+        return true;
+    }
+    plain.head = rx_whole_head;
+    return from_text && rx_carried_number(*value, plain.real);
+}
+
+/// An operand of such an operator: the number, and the value when one had to be made.
+struct number_operand {
+    rx_plain plain = rx_no_plain(rx_arithmetic_fault::not_a_number);
+    rx_value value;
+
+    void evaluate(const rx_operand &operand, rx_operand_use use, int which) {
+        if (ready_number(operand, use == RX_AS_NUMBER, plain)) return;
+        const rx_value &found = fetch(operand, 0, use, value, which);
+        if (&found != &value) value = rx_copy_value(found);
+        plain = value.is_number() ? rx_plain_of(value) : rx_no_plain(rx_arithmetic_fault::not_a_number);
+    }
+    const rx_value &as_value(const rx_operand &operand, rx_operand_use use) {
+        if (value.is_none() && operand.kind == STRING) return literal(operand.node, use);
+        if (value.is_none()) value = rx_value_of(plain);
+        return value;
+    }
+};
+
+/// The operator itself on the values of its operands, for what numbers in registers couldn't do or refused.
+[[gnu::noinline]] rx_value apply(const rx_expr *node, const rx_op &op, number_operand &a, number_operand &b) {
+    const rx_value *left = &a.as_value(op.a, op.fn->use), *right = &b.as_value(op.b, op.fn->use);
+    if (op.fn->use == RX_AS_EITHER) {
+        left = &matched(op.a, *left, *right);
+        right = &matched(op.b, *right, *left);
+    }
+    int fault = 0;
+    rx_value result = op.fn->dyadic(*left, *right, fault);
+    if (fault == 3) refuse(node, nullptr, nullptr);
+    if (fault) refuse(node, fault == 1 ? &op.a : &op.b, fault == 1 ? left : right);
     return result;
+}
+
+[[gnu::noinline]] rx_value numbers(const rx_expr *node, const rx_op &op) {
+    rx_check_stack();
+    number_operand a, b;
+    a.evaluate(op.a, op.fn->use, 1);
+    b.evaluate(op.b, op.fn->use, 2);
+    if (!a.plain.failed() && !b.plain.failed()) [[likely]] {
+        rx_plain result = rx_quick_compute(op.fn->id, a.plain, b.plain);
+        if (!result.failed()) return rx_value_of(result);
+    }
+    return apply(node, op, a, b);
 }
 
 /// Everything that isn't a leaf or a tree of numbers; out of line, so that those two need no large frame.
@@ -196,8 +271,11 @@ rx_value do_exec(const rx_expr *node, int level) {
         if (node->op->kind == RX_CALL && level == 0) {
             if (const rx_value *argument = rx_quick_argument(*node->op)) return rx_copy_value(*argument);
         }
-        rx_plain plain;
-        return level == 0 && rx_try_quick(node, plain) ? rx_value_of(plain) : run_operator(node, level);
+        if (level == 0 && node->op->kind == RX_DYADIC && rx_is_quick(node->op->fn->id)) {
+            rx_plain plain;
+            return rx_try_quick(node, plain) ? rx_value_of(plain) : numbers(node, *node->op);
+        }
+        return run_operator(node, level);
     }
     if (node->type == STRING) return rx_copy_value(*node->literal->text);
     if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0) return rx_copy_value(*value);

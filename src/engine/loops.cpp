@@ -2,7 +2,7 @@
 #include "engine/clauses.h"
 #include "engine/control.h"
 #include "engine/trace.h"
-#include "values/rounding.h"
+#include "values/arithmetic.h"
 
 #include <algorithm>
 #include <cmath>
@@ -121,6 +121,7 @@ struct controlled {
     bool has_to = false, has_for = false;
     rx_var *entry = nullptr; ///< of a simple control variable
     uint32_t generation = 0;
+    bool whole = false; ///< the kept value and the step are whole
 };
 
 const rx_symbol &control_of(const controlled &state) {
@@ -148,6 +149,7 @@ void remember(controlled &state) {
     rx_var *var = control_of(state).compound() ? nullptr : rx_var_find(control_of(state));
     state.entry = var;
     state.generation = var ? var->generation : 0;
+    state.whole = rx_is_whole(state.current) && rx_is_whole(state.by);
 }
 
 void evaluate_phrase(controlled &state, rx_do_phrase phrase) {
@@ -212,7 +214,8 @@ double guarded(double value) {
     return rx_scan_number(rx_number_text(value, digits, buffer), read) ? read : value;
 }
 
-void step(controlled &state) {
+/// The step where the variable is no plain number that the body left alone, or where the value grows long.
+[[gnu::noinline]] void step_with_care(controlled &state) {
     rx_var *var = state.entry;
     if (!var || var->state != RX_SET || var->generation != state.generation) {
         rx_value scratch, number;
@@ -223,6 +226,7 @@ void step(controlled &state) {
         var = state.entry;
     }
     state.current = guarded(state.current + state.by);
+    state.whole = state.whole && rx_is_whole(state.current);
     if (!var || var->state != RX_SET) {
         char text[32];
         std::snprintf(text, sizeof text, "%g", state.current);
@@ -230,10 +234,22 @@ void step(controlled &state) {
     } else {
         rx_value &record = rx_var_writable(*var);
         if (!record.is_number()) record = rx_number(0);
-        record.real = state.current;
-        record.decimals = 0;
-        record.rounded = rx_is_whole(state.current);
+        rx_put_plain(record, {state.current, rx_plain_head(0, rx_is_whole(state.current) ? 1 : 0)});
         state.generation = ++var->generation;
+    }
+}
+
+void step(controlled &state) {
+    rx_var *var = state.entry;
+    double next = state.current + state.by;
+    constexpr double longest = 1e8; // short enough for nine digits
+    if (state.whole && var && var->generation == state.generation && rx_head_of(var->value) == rx_whole_head &&
+        rx_numeric.value.digits >= 9 && std::fabs(next) <= longest) [[likely]] {
+        rx_var_writable(*var).real = next;
+        state.current = next;
+        state.generation = ++var->generation;
+    } else {
+        step_with_care(state);
     }
     if (state.level) {
         rx_number_buffer buffer;

@@ -2,31 +2,129 @@
 
 #include "platform/strings.h"
 
+#include <algorithm>
+#include <array>
+#include <utility>
+
 namespace {
 
 constexpr int8_t attempts = 8;  ///< times that a node may turn back
 constexpr unsigned deepest = 8; ///< levels of the largest tree that is tried
 
-/// How the road sees an operator: computed by `run_node`, or not at all.
-bool is_quick(rx_operator_id id) {
-    switch (id) {
-    case FX_PLUS:
-    case FX_MIN:
-    case FX_MULT:
-    case FX_DIV:
-    case FX_IDIV:
-    case FX_REM:
-    case FX_EQ:
-    case FX_NEQ:
-    case FX_SUP:
-    case FX_INF:
-    case FX_SUPEQ:
-    case FX_INFEQ: return true;
-    default: return false;
+/// Kinds of operands.
+enum operand_kind : size_t { on_node, on_variable, on_constant, on_argument, on_compound, operand_kinds };
+
+/// The operators in the order of the table of steps.
+constexpr std::array quick_operators = {FX_PLUS, FX_MIN, FX_MULT, FX_DIV, FX_IDIV,  FX_REM,
+                                        FX_EQ,   FX_NEQ, FX_SUP,  FX_INF, FX_SUPEQ, FX_INFEQ};
+
+rx_plain refused() {
+    return rx_no_plain(rx_arithmetic_fault::not_a_number);
+}
+
+// ---- operands ------------------------------------------------------------------------------------------------------
+
+[[gnu::noinline]] rx_plain load_value(const rx_value *value) {
+    if (!value) return refused();
+    if (value->is_number()) return rx_plain_of(*value);
+    if (double real; rx_carried_number(*value, real)) return {real, rx_whole_head};
+    rx_value number;
+    return rx_number_of(*value, number) ? rx_plain_of(number) : refused();
+}
+
+[[gnu::noinline]] rx_plain load_symbol(const rx_symbol &symbol) {
+    return load_value(rx_var_peek(symbol));
+}
+
+template <operand_kind kind> inline rx_plain load(const rx_operand &operand) {
+    if constexpr (kind == on_constant) return rx_plain_of(*static_cast<const rx_value *>(operand.ready));
+    if constexpr (kind == on_compound) return load_symbol(*static_cast<const rx_symbol *>(operand.ready));
+    if constexpr (kind == on_argument) {
+        const rx_value *value = rx_quick_argument(*static_cast<const rx_op *>(operand.ready));
+        if (value && value->carries_number()) [[likely]]
+            return {value->carried.number, rx_whole_head};
+        return load_value(value);
+    }
+    if constexpr (kind == on_node) {
+        const auto &op = *static_cast<const rx_op *>(operand.ready);
+        return op.quick(op);
+    }
+    if constexpr (kind == on_variable) {
+        const auto &symbol = *static_cast<const rx_symbol *>(operand.ready);
+        if (symbol.serial == rx_scope.value.serial) [[likely]] {
+            const rx_value &value = symbol.var->value; // of kind none unless it is set
+            if (value.is_number()) [[likely]]
+                return rx_plain_of(value);
+            if (value.carries_number()) return {value.carried.number, rx_whole_head};
+        }
+        return load_symbol(symbol);
     }
 }
 
-bool fits(const rx_operand &operand, unsigned depth);
+// ---- operations ----------------------------------------------------------------------------------------------------
+
+template <rx_operator_id id> inline bool holds(double left, double right) {
+    if constexpr (id == FX_EQ) return left == right;
+    if constexpr (id == FX_NEQ) return left != right;
+    if constexpr (id == FX_SUP) return left > right;
+    if constexpr (id == FX_INF) return left < right;
+    if constexpr (id == FX_SUPEQ) return left >= right;
+    if constexpr (id == FX_INFEQ) return left <= right;
+}
+
+inline rx_plain truth(bool holds) {
+    return {holds ? 1.0 : 0.0, rx_bare_head};
+}
+
+/// What the operators of one name do: arithmetic has a function each, comparison one rule for all.
+template <rx_operator_id id> inline rx_plain compute(rx_plain a, rx_plain b) {
+    int digits = rx_numeric.value.digits;
+    if constexpr (id == FX_PLUS) {
+        return rx_plus(a, b, digits);
+    } else if constexpr (id == FX_MIN) {
+        return rx_minus(a, b, digits);
+    } else if constexpr (id == FX_MULT) {
+        return rx_times(a, b, digits);
+    } else if constexpr (id == FX_DIV) {
+        return rx_divide(a, b, digits);
+    } else if constexpr (id == FX_IDIV) {
+        return rx_whole_divide(a, b, digits);
+    } else if constexpr (id == FX_REM) {
+        return rx_remainder(a, b, digits);
+    } else {
+        if (rx_both_whole(a, b)) return truth(holds<id>(a.real, b.real));
+        int compared = rx_compared_digits();
+        return truth(holds<id>(rx_compared(a, compared), rx_compared(b, compared)));
+    }
+}
+
+/// Where not both are whole: fractions, or operands that can't be had here.
+template <rx_operator_id id> [[gnu::noinline]] rx_plain compute_any(rx_plain a, rx_plain b) {
+    if (a.failed()) return a;
+    if (b.failed()) return b;
+    return compute<id>(a, b);
+}
+
+template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain step(const rx_op &op) {
+    rx_plain a = load<left>(op.a), b = load<right>(op.b);
+    if (rx_both_whole(a, b)) [[likely]]
+        return compute<id>(a, b);
+    return compute_any<id>(a, b);
+}
+
+using rx_quick_step = rx_plain (*)(const rx_op &op);
+constexpr size_t steps_of_operator = operand_kinds * operand_kinds;
+
+template <size_t... n> constexpr auto make_steps(std::index_sequence<n...>) {
+    return std::array<rx_quick_step, sizeof...(n)>{
+        step<quick_operators[n / steps_of_operator], operand_kind{n % steps_of_operator / operand_kinds},
+             operand_kind{n % operand_kinds}>...};
+}
+constexpr auto steps = make_steps(std::make_index_sequence<quick_operators.size() * steps_of_operator>());
+
+// ---- the first look ------------------------------------------------------------------------------------------------
+
+bool prepare(const rx_operand &operand, unsigned depth, operand_kind &kind);
 
 /// Looks like `arg(1)`; whether ARG is the built-in turns out when it is first called.
 bool looks_like_argument(const rx_op &op) {
@@ -34,94 +132,63 @@ bool looks_like_argument(const rx_op &op) {
            !op.args->next && op.args->type == STRING;
 }
 
-bool fits(const rx_op &op, unsigned depth) {
-    return depth > 0 && op.kind == RX_DYADIC && is_quick(op.fn->id) && fits(op.a, depth - 1) && fits(op.b, depth - 1);
+/// Gives the node its function; false when the tree is one for the ordinary road.
+bool prepare(const rx_op &op, unsigned depth) {
+    if (depth == 0 || op.kind != RX_DYADIC) return false;
+    const auto *found = std::find(quick_operators.begin(), quick_operators.end(), op.fn->id);
+    operand_kind left, right;
+    if (found == quick_operators.end() || !prepare(op.a, depth - 1, left) || !prepare(op.b, depth - 1, right))
+        return false;
+    auto row = static_cast<size_t>(found - quick_operators.begin());
+    op.quick = steps[row * steps_of_operator + left * operand_kinds + right];
+    return true;
 }
 
-bool fits(const rx_operand &operand, unsigned depth) {
+bool prepare(const rx_operand &operand, unsigned depth, operand_kind &kind) {
     switch (operand.kind) {
-    case STRING: return operand.node->literal->number != nullptr;
-    case SYMBOL: return !operand.node->symbol->bad_name;
-    case OP_NODE: return fits(*operand.node->op, depth) || looks_like_argument(*operand.node->op);
-    default: return false;
-    }
-}
-
-rx_plain refused() {
-    return rx_no_plain(rx_arithmetic_fault::not_a_number);
-}
-
-[[gnu::noinline]] rx_plain value_of(const rx_value *value) {
-    if (value) {
-        if (value->is_number()) [[likely]]
-            return rx_plain_of(*value);
-        if (double real; value->is_string() && rx_short_integer(value->text(), real))
-            return {.real = real, .decimals = 0, .rounded = 1};
-        rx_value number;
-        if (rx_number_of(*value, number)) return rx_plain_of(number);
-    }
-    return refused();
-}
-
-rx_plain run_node(const rx_op &op, int digits);
-
-inline rx_plain operand(const rx_operand &operand, int digits) {
-    switch (operand.kind) {
-    case STRING: return rx_plain_of(*operand.node->literal->number);
+    case STRING:
+        kind = on_constant;
+        operand.ready = operand.node->literal->number;
+        return operand.ready != nullptr;
     case SYMBOL: {
         const rx_symbol &symbol = *operand.node->symbol;
-        const rx_value *value = rx_var_cached(symbol);
-        if (value && value->is_number()) [[likely]]
-            return rx_plain_of(*value);
-        return value_of(value ? value : rx_var_peek(symbol));
+        kind = symbol.compound() ? on_compound : on_variable;
+        operand.ready = &symbol;
+        return !symbol.bad_name;
     }
-    default:
-        if (operand.node->op->kind == RX_CALL) return value_of(rx_quick_argument(*operand.node->op));
-        return run_node(*operand.node->op, digits);
+    case OP_NODE: {
+        const rx_op &op = *operand.node->op;
+        kind = on_node;
+        operand.ready = &op;
+        if (prepare(op, depth)) return true;
+        kind = on_argument;
+        return looks_like_argument(op);
     }
-}
-
-rx_plain truth(bool holds) {
-    return {.real = holds ? 1.0 : 0.0, .decimals = -1, .rounded = 1};
-}
-
-rx_plain run_node(const rx_op &op, int digits) {
-    rx_plain a = operand(op.a, digits);
-    if (a.failed()) [[unlikely]]
-        return a;
-    rx_plain b = operand(op.b, digits);
-    if (b.failed()) [[unlikely]]
-        return b;
-    switch (op.fn->id) {
-    case FX_PLUS: return rx_plus(a, b, digits);
-    case FX_MIN: return rx_minus(a, b, digits);
-    case FX_MULT: return rx_times(a, b, digits);
-    case FX_DIV: return rx_divide(a, b, digits);
-    case FX_IDIV: return rx_whole_divide(a, b, digits);
-    case FX_REM: return rx_remainder(a, b, digits);
-    default: break;
-    }
-    bool whole = rx_both_whole(a, b);
-    int compared = whole ? 0 : rx_compared_digits();
-    double left = whole ? a.real : rx_compared(a, compared), right = whole ? b.real : rx_compared(b, compared);
-    switch (op.fn->id) {
-    case FX_EQ: return truth(left == right);
-    case FX_NEQ: return truth(left != right);
-    case FX_SUP: return truth(left > right);
-    case FX_INF: return truth(left < right);
-    case FX_SUPEQ: return truth(left >= right);
-    case FX_INFEQ: return truth(left <= right);
-    default: return refused();
+    default: return false;
     }
 }
 
 } // namespace
 
-bool rx_quick_first_look(const rx_op &op) {
-    op.quick_left = static_cast<int8_t>(fits(op, deepest) ? attempts : -1);
-    return op.quick_left > 0;
+rx_plain rx_quick_compute(rx_operator_id id, rx_plain a, rx_plain b) {
+    switch (id) {
+    case FX_PLUS: return compute<FX_PLUS>(a, b);
+    case FX_MIN: return compute<FX_MIN>(a, b);
+    case FX_MULT: return compute<FX_MULT>(a, b);
+    case FX_DIV: return compute<FX_DIV>(a, b);
+    case FX_IDIV: return compute<FX_IDIV>(a, b);
+    case FX_REM: return compute<FX_REM>(a, b);
+    case FX_EQ: return compute<FX_EQ>(a, b);
+    case FX_NEQ: return compute<FX_NEQ>(a, b);
+    case FX_SUP: return compute<FX_SUP>(a, b);
+    case FX_INF: return compute<FX_INF>(a, b);
+    case FX_SUPEQ: return compute<FX_SUPEQ>(a, b);
+    case FX_INFEQ: return compute<FX_INFEQ>(a, b);
+    default: return refused();
+    }
 }
 
-rx_plain rx_quick(const rx_expr *node) {
-    return run_node(*node->op, rx_numeric->digits);
+bool rx_quick_first_look(const rx_op &op) {
+    op.quick_left = static_cast<int8_t>(prepare(op, deepest) ? attempts : -1);
+    return op.quick_left > 0;
 }

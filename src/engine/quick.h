@@ -1,11 +1,15 @@
 // The quick road for expressions of numbers.
 //
 // Most expressions of a loop are small trees of arithmetic and comparison over variables that hold numbers and over
-// constants, or over arguments of the routine. Such a tree is computed in registers, without a value record for each node. The road is taken only where
-// nothing else can happen on the way: no call, no index, no trace line, no unset variable. Where it can't be followed
-// to its end (an operand that is no number, a zero divide) the walk begins anew on the ordinary road, which also finds
-// the words for an error; since nothing on the quick road can be noticed, that is safe. A node that often turned back
-// isn't tried any more, and only trees of a few levels are, so that no expression pays twice at every level.
+// constants, or over arguments of the routine. Such a tree is computed in registers, without a value record for each
+// node. The road is taken only where nothing else can happen on the way: no call, no index, no trace line, no unset
+// variable. Where it can't be followed to its end (an operand that is no number, a zero divide) the walk begins anew on
+// the ordinary road, which also finds the words for an error; since nothing on the quick road can be noticed, that is
+// safe. A node that often turned back isn't tried any more, and only trees of a few levels are, so that no expression
+// pays twice at every level.
+//
+// Each node of such a tree holds the function that computes it, chosen for its operator and the kinds of its operands
+// when the tree is first evaluated, so that the walk never asks what a node is.
 #pragma once
 
 #include "engine/engine.h"
@@ -19,25 +23,29 @@ inline bool rx_quick_candidate(const rx_op &op) {
     return op.quick_left > 0 || (op.quick_left == 0 && rx_quick_first_look(op));
 }
 
+/// The operators that the quick road knows: arithmetic without powers, and normal comparison.
+inline bool rx_is_quick(rx_operator_id id) {
+    constexpr uint64_t known = 1ull << FX_PLUS | 1ull << FX_MIN | 1ull << FX_MULT | 1ull << FX_DIV | 1ull << FX_IDIV |
+                               1ull << FX_REM | 1ull << FX_EQ | 1ull << FX_NEQ | 1ull << FX_SUP | 1ull << FX_INF |
+                               1ull << FX_SUPEQ | 1ull << FX_INFEQ;
+    return (known >> id & 1) != 0;
+}
+
+/// One of those operators on two numbers; a fault in the result says that there is none.
+rx_plain rx_quick_compute(rx_operator_id id, rx_plain a, rx_plain b);
+
 /// The argument that a call node `arg(n)` with a constant n stands for: lent, or null when the node is anything else,
 /// ARG isn't known to be the built-in, or there is no such argument.
 inline const rx_value *rx_quick_argument(const rx_op &call) {
-    if (call.target != reinterpret_cast<const void *>(rx_arg_handler) || call.target == nullptr) return nullptr;
-    if (call.target_serial >> 2 != (*rx_program_now)->serial) return nullptr;
-    const rx_expr *n = call.args;
-    if (!n || n->next || n->type != STRING || !n->literal->number) return nullptr;
-    double index = n->literal->number->real;
-    if (!(index >= 1 && index <= static_cast<double>(rx_args->count)) || !rx_is_whole(index)) return nullptr;
-    return &rx_args->args[static_cast<size_t>(index) - 1].text;
+    uint32_t n = call.argument;
+    if (n == 0 || n > rx_args.value.count || call.target_serial >> 2 != rx_program_now.value->serial) return nullptr;
+    return &rx_args.value.args[n - 1].text;
 }
-
-/// Tries; a fault in the result says that the ordinary road is to be taken.
-rx_plain rx_quick(const rx_expr *node);
 
 /// Tries a node that is nothing but arithmetic or comparison; false: take the ordinary road.
 inline bool rx_try_quick(const rx_expr *node, rx_plain &result) {
     if (node->type != OP_NODE || !rx_quick_candidate(*node->op)) return false;
-    result = rx_quick(node);
+    result = node->op->quick(*node->op);
     if (!result.failed()) [[likely]]
         return true;
     // The last attempt leaves -1: 0 would make the node look new.

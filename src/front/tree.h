@@ -69,11 +69,13 @@ struct rx_expr {
 struct rx_operand {
     int kind = NOLEX;
     rx_expr *node = nullptr;
+    mutable const void *ready = nullptr; ///< what the quick road needs of the node: its symbol, number or rx_op
 };
 
 enum rx_op_kind : uint8_t { RX_MONADIC = 1, RX_DYADIC = 2, RX_CALL = 3, RX_INDEX = 4 };
 
 struct rx_label; // below
+struct rx_plain; // values/arithmetic.h
 
 struct rx_op {
     rx_op_kind kind;
@@ -84,7 +86,9 @@ struct rx_op {
     rx_expr *args = nullptr;              ///< kind 3: the argument chain
     mutable const void *target = nullptr; ///< kind 3: the engine's cache of what the name resolved to
     mutable uint64_t target_serial = 0;
+    mutable uint32_t argument = 0; ///< kind 3: n of an `arg(n)` that resolved to the built-in, else 0
     mutable int8_t quick_left = 0; ///< how often the quick road may still fail here; 0 not looked at, -1 never
+    mutable rx_plain (*quick)(const rx_op &op) = nullptr; ///< computes the node on the quick road
 };
 
 // ---- clauses --------------------------------------------------------------------------------------------------------

@@ -5,6 +5,10 @@
 // number remembers how many digits it is known to be rounded to, so that a result isn't rounded a second time when it
 // becomes an operand. Whole numbers are never rounded: they and nothing else are known to be rounded to one digit, and
 // two of them take the short way through sum, difference and product, for what comes out is whole again.
+//
+// A number in registers is its double and the first eight bytes of its value record, so that it is loaded and stored
+// without a look at the fields. Nearly all heads are one and the same, that of a whole number without decimals; each
+// operation tests for that first.
 #pragma once
 
 #include "values/numbers.h"
@@ -12,49 +16,78 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 /// Why there is no result.
 enum class rx_arithmetic_fault : int32_t { none, not_a_number, overflow, zero_divide, too_long };
 
 /// A number in registers.
 struct rx_plain {
-    double real = 0;
-    int32_t decimals = 0; ///< without a result: the fault
-    int32_t rounded = 0;  ///< as in rx_value; -1: there is no result
+    double real;
+    uint64_t head; ///< bytes 0-7 of the record; without a result: kind RX_NONE, the fault in place of the decimals
 
-    bool failed() const { return rounded < 0; }
-    rx_arithmetic_fault fault() const { return static_cast<rx_arithmetic_fault>(decimals); }
+    bool failed() const { return (head & 0xff) != RX_NUMBER; }
+    int32_t decimals() const { return static_cast<int32_t>(head >> 32); }
+    int rounded() const { return static_cast<int>(head >> 16 & 0xff); }
+    rx_arithmetic_fault fault() const { return static_cast<rx_arithmetic_fault>(decimals()); }
 };
 
-inline rx_plain rx_no_plain(rx_arithmetic_fault fault) {
-    return {.real = 0, .decimals = static_cast<int32_t>(fault), .rounded = -1};
+constexpr uint64_t rx_plain_head(int32_t decimals, int rounded) {
+    return uint64_t{static_cast<uint32_t>(decimals)} << 32 | static_cast<uint64_t>(rounded) << 16 | RX_NUMBER;
+}
+/// The head of a whole number without decimals, and of a truth value or another result that restores none.
+inline constexpr uint64_t rx_whole_head = rx_plain_head(0, 1);
+inline constexpr uint64_t rx_bare_head = rx_plain_head(-1, 1);
+
+constexpr rx_plain rx_no_plain(rx_arithmetic_fault fault) {
+    return {0, uint64_t{static_cast<uint32_t>(fault)} << 32 | RX_NONE};
+}
+
+inline uint64_t rx_head_of(const rx_value &value) {
+    uint64_t head;
+    std::memcpy(&head, static_cast<const void *>(&value), sizeof head);
+    return head;
 }
 
 inline rx_plain rx_plain_of(const rx_value &number) {
-    return {.real = number.real, .decimals = number.decimals, .rounded = number.rounded};
+    return {number.real, rx_head_of(number)};
 }
 
-inline rx_value rx_value_of(const rx_plain &plain) {
-    rx_value value = rx_number(plain.real, plain.decimals);
-    value.rounded = static_cast<uint8_t>(plain.rounded);
+/// Overwrites a record that owns no text.
+inline void rx_put_plain(rx_value &record, rx_plain plain) {
+    std::memcpy(static_cast<void *>(&record), &plain.head, sizeof plain.head);
+    record.real = plain.real;
+}
+
+inline rx_value rx_value_of(rx_plain plain) {
+    rx_value value;
+    rx_put_plain(value, plain);
     return value;
 }
 
-inline bool rx_both_whole(const rx_plain &a, const rx_plain &b) {
-    return a.rounded == 1 && b.rounded == 1;
+/// Makes the record the text of the number, as rx_to_string does.
+void rx_put_number_text(rx_value &record, rx_plain plain);
+
+/// Both there, and whole.
+inline bool rx_both_whole(rx_plain a, rx_plain b) {
+    return static_cast<uint32_t>(a.head) == rx_whole_head && static_cast<uint32_t>(b.head) == rx_whole_head;
+}
+/// The same without decimals: the commonest case by far.
+inline bool rx_both_simple(rx_plain a, rx_plain b) {
+    return a.head == rx_whole_head && b.head == rx_whole_head;
 }
 
 /// The number as an operand: rounded at `digits` + 1.
-inline double rx_operand_of(const rx_plain &number, int digits) {
-    if (number.rounded != 0 && number.rounded <= digits + 1) return number.real;
+inline double rx_operand_of(rx_plain number, int digits) {
+    if (number.rounded() != 0 && number.rounded() <= digits + 1) return number.real;
     return rx_round_digits(number.real, digits + 1);
 }
 
 inline rx_plain rx_rounded_plain(double real, int32_t decimals, int digits) {
-    if (rx_is_whole(real)) return {.real = real, .decimals = decimals, .rounded = 1};
+    if (rx_is_whole(real)) return {real, rx_plain_head(decimals, 1)};
     double result = digits >= 15 ? real : rx_round_fraction(real, digits);
     // A fraction of one digit is no whole number, which a 1 would say.
-    return {.real = result, .decimals = decimals, .rounded = std::max(digits, 2)};
+    return {result, rx_plain_head(decimals, std::max(digits, 2))};
 }
 
 /// `decimals` of a sum; a zero has no say.
@@ -80,55 +113,85 @@ inline bool rx_too_long(double whole, int digits) {
     return size > rx_tens(digits) && std::ceil(std::log10(size)) > digits;
 }
 
-inline rx_plain rx_plus(const rx_plain &a, const rx_plain &b, int digits) {
-    bool whole = rx_both_whole(a, b);
-    double left = whole ? a.real : rx_operand_of(a, digits), right = whole ? b.real : rx_operand_of(b, digits);
-    double sum = left + right;
+/// The sum of whole numbers, or their difference when `right` is negated: which decimals it has.
+[[gnu::always_inline]] inline rx_plain rx_whole_sum(rx_plain a, rx_plain b, double sum) {
+    if (rx_both_simple(a, b)) [[likely]]
+        return {sum, rx_whole_head};
+    return {sum, rx_plain_head(rx_sum_decimals(a.decimals(), a.real, b.decimals(), b.real, sum), 1)};
+}
+
+[[gnu::noinline]] inline rx_plain rx_plus_fractions(rx_plain a, rx_plain b, int digits) {
+    double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits), sum = left + right;
     if (sum == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
-    int32_t decimals = rx_sum_decimals(a.decimals, left, b.decimals, right, sum);
-    return whole ? rx_plain{.real = sum, .decimals = decimals, .rounded = 1} : rx_rounded_plain(sum, decimals, digits);
+    return rx_rounded_plain(sum, rx_sum_decimals(a.decimals(), left, b.decimals(), right, sum), digits);
+}
+[[gnu::always_inline]] inline rx_plain rx_plus(rx_plain a, rx_plain b, int digits) {
+    if (rx_both_whole(a, b) && a.real + b.real != HUGE_VAL) [[likely]]
+        return rx_whole_sum(a, b, a.real + b.real);
+    return rx_plus_fractions(a, b, digits);
 }
 
-/// An infinity isn't tested for: it passes, and is caught only when it is shown.
-inline rx_plain rx_minus(const rx_plain &a, const rx_plain &b, int digits) {
-    bool whole = rx_both_whole(a, b);
-    double left = whole ? a.real : rx_operand_of(a, digits), right = whole ? b.real : rx_operand_of(b, digits);
-    double difference = left - right;
-    int32_t decimals = rx_sum_decimals(a.decimals, left, b.decimals, right, difference);
-    return whole ? rx_plain{.real = difference, .decimals = decimals, .rounded = 1}
-                 : rx_rounded_plain(difference, decimals, digits);
+/// An infinite difference isn't tested for: it passes, and is caught only when it is shown.
+[[gnu::noinline]] inline rx_plain rx_minus_fractions(rx_plain a, rx_plain b, int digits) {
+    double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits), difference = left - right;
+    return rx_rounded_plain(difference, rx_sum_decimals(a.decimals(), left, b.decimals(), right, difference), digits);
+}
+[[gnu::always_inline]] inline rx_plain rx_minus(rx_plain a, rx_plain b, int digits) {
+    if (rx_both_whole(a, b)) [[likely]]
+        return rx_whole_sum(a, b, a.real - b.real);
+    return rx_minus_fractions(a, b, digits);
 }
 
-inline rx_plain rx_times(const rx_plain &a, const rx_plain &b, int digits) {
-    // A long chain of products could bring the sum of the decimals out of range.
+/// `decimals` of a product. A long chain of products could bring their sum out of range.
+inline int32_t rx_product_decimals(rx_plain a, rx_plain b) {
     constexpr int32_t limit = 1 << 20;
-    bool whole = rx_both_whole(a, b);
-    double product = whole ? a.real * b.real : rx_operand_of(a, digits) * rx_operand_of(b, digits);
+    return std::clamp(a.decimals() + b.decimals(), -limit, limit);
+}
+[[gnu::noinline]] inline rx_plain rx_times_fractions(rx_plain a, rx_plain b, int digits) {
+    double product = rx_operand_of(a, digits) * rx_operand_of(b, digits);
     if (product == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
-    int32_t decimals = std::clamp(a.decimals + b.decimals, -limit, limit);
-    return whole ? rx_plain{.real = product, .decimals = decimals, .rounded = 1}
-                 : rx_rounded_plain(product, decimals, digits);
+    return rx_rounded_plain(product, rx_product_decimals(a, b), digits);
+}
+[[gnu::always_inline]] inline rx_plain rx_times(rx_plain a, rx_plain b, int digits) {
+    if (!rx_both_whole(a, b) || a.real * b.real == HUGE_VAL) [[unlikely]]
+        return rx_times_fractions(a, b, digits);
+    return {a.real * b.real, rx_both_simple(a, b) ? rx_whole_head : rx_plain_head(rx_product_decimals(a, b), 1)};
 }
 
-inline rx_plain rx_divide(const rx_plain &a, const rx_plain &b, int digits) {
+inline rx_plain rx_divide(rx_plain a, rx_plain b, int digits) {
     double right = rx_operand_of(b, digits);
     if (right == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
     return rx_rounded_plain(rx_operand_of(a, digits) / right, -1, digits);
 }
 
-inline rx_plain rx_whole_divide(const rx_plain &a, const rx_plain &b, int digits) {
-    double right = rx_operand_of(b, digits);
-    if (right == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
-    double quotient = rx_truncate(rx_operand_of(a, digits) / right) + 0.0; // no negative zero
-    if (rx_too_long(quotient, digits)) return rx_no_plain(rx_arithmetic_fault::too_long);
-    return {.real = quotient, .decimals = -1, .rounded = 1};
+/// Two whole numbers of at most 31 bits as integers, for which an integer division gives what the division of the
+/// doubles and its cut would. False also when `right` is 0.
+inline bool rx_short_integers(rx_plain a, rx_plain b, int32_t &left, int32_t &right) {
+    constexpr double limit = 2147483647.0;
+    if (!rx_both_whole(a, b) || !(std::fabs(a.real) <= limit && std::fabs(b.real) <= limit)) return false;
+    left = static_cast<int32_t>(a.real);
+    right = static_cast<int32_t>(b.real);
+    return right != 0;
 }
 
-/// The sign follows the quotient: with equal signs the operands stay as they are, so -7 // -2 is -1.
-inline rx_plain rx_remainder(const rx_plain &a, const rx_plain &b, int digits) {
+inline rx_plain rx_whole_divide(rx_plain a, rx_plain b, int digits) {
+    double quotient;
+    if (int32_t left, right; rx_short_integers(a, b, left, right)) [[likely]] {
+        quotient = left / right;
+    } else {
+        double divisor = rx_operand_of(b, digits);
+        if (divisor == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
+        quotient = rx_truncate(rx_operand_of(a, digits) / divisor) + 0.0; // no negative zero
+    }
+    if (rx_too_long(quotient, digits)) return rx_no_plain(rx_arithmetic_fault::too_long);
+    return {quotient, rx_bare_head};
+}
+
+/// The remainder of doubles that aren't both short integers.
+[[gnu::noinline]] inline rx_plain rx_remainder_any(rx_plain a, rx_plain b, int digits) {
     double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits);
     if (right == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
-    if (left == right) return {.real = 0, .decimals = -1, .rounded = 1};
+    if (left == right) return {0, rx_bare_head};
     double quotient = left / right;
     double remainder =
         quotient < 0 ? -(std::fabs(left) - std::fabs(right) * rx_floor(-quotient)) : left - right * rx_floor(quotient);
@@ -136,7 +199,18 @@ inline rx_plain rx_remainder(const rx_plain &a, const rx_plain &b, int digits) {
     return rx_too_long(result.real, digits) ? rx_no_plain(rx_arithmetic_fault::too_long) : result;
 }
 
-inline rx_plain rx_power(const rx_plain &a, const rx_plain &b, int digits) {
+/// The sign follows the quotient: with equal signs the operands stay as they are, so -7 // -2 is -1.
+inline rx_plain rx_remainder(rx_plain a, rx_plain b, int digits) {
+    int32_t left, right;
+    if (!rx_short_integers(a, b, left, right)) [[unlikely]]
+        return rx_remainder_any(a, b, digits);
+    int32_t size = std::abs(left) % std::abs(right);
+    double remainder = (left | right) < 0 ? -size : size;
+    if (rx_too_long(remainder, digits)) return rx_no_plain(rx_arithmetic_fault::too_long);
+    return {remainder, rx_bare_head};
+}
+
+inline rx_plain rx_power(rx_plain a, rx_plain b, int digits) {
     double power = std::pow(rx_operand_of(a, digits), rx_operand_of(b, digits));
     rx_plain result = rx_rounded_plain(power, -1, digits);
     return result.real == HUGE_VAL ? rx_no_plain(rx_arithmetic_fault::overflow) : result;
@@ -150,7 +224,7 @@ inline int rx_compared_digits() {
 }
 
 /// A number as the normal comparison takes it.
-inline double rx_compared(const rx_plain &number, int digits) {
-    if (number.rounded != 0 && number.rounded <= digits) return number.real;
+inline double rx_compared(rx_plain number, int digits) {
+    if (number.rounded() != 0 && number.rounded() <= digits) return number.real;
     return rx_round_digits(number.real, digits);
 }

@@ -50,6 +50,7 @@ inline bool take_number(const rx_value &value, int digits, double &number) {
         number = known ? value.real : rx_round_digits(value.real, digits);
         return true;
     }
+    if (rx_carried_number(value, number)) return true;
     if (value.is_none() || !rx_scan_number(value.text(), number)) return false;
     number = rx_round_digits(number, digits);
     return true;

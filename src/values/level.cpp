@@ -14,11 +14,10 @@ constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
 
 constinit uint64_t last_serial = 0;
 
-/// Levels that were popped, kept so that a PROCEDURE doesn't allocate.
-std::vector<std::unique_ptr<rx_level>> &spare_levels() {
-    static std::vector<std::unique_ptr<rx_level>> spare;
-    return spare;
-}
+/// Levels that were popped, linked by `older`: kept so that a PROCEDURE doesn't allocate.
+constinit rx_level *spare_levels = nullptr;
+constinit unsigned spare_count = 0;
+constexpr unsigned most_spare = 64;
 
 void free_values(rx_var *var) {
     while (var) {
@@ -54,22 +53,24 @@ void rx_new_serial() {
 }
 
 void rx_push_level() {
-    std::unique_ptr<rx_level> level;
-    if (spare_levels().empty()) {
-        level = std::make_unique<rx_level>();
+    rx_level *level = spare_levels;
+    if (level) {
+        spare_levels = level->older;
+        spare_count--;
     } else {
-        level = std::move(spare_levels().back());
-        spare_levels().pop_back();
+        level = new rx_level;
     }
     level->older = rx_scope->level;
-    rx_scope->level = level.release();
+    level->older_serial = rx_scope->serial;
+    rx_scope->level = level;
     rx_new_serial();
 }
 
 void rx_pop_level() {
-    std::unique_ptr<rx_level> level(rx_scope->level);
+    rx_level *level = rx_scope->level;
+    // Names mean again what they meant before, so caches that were filled then are good again.
     rx_scope->level = level->older;
-    rx_new_serial();
+    rx_scope->serial = level->older_serial;
     free_values(level->first);
     level->first = nullptr;
     for (auto &stem : level->stems) {
@@ -81,7 +82,13 @@ void rx_pop_level() {
     level->stem_table.clear();
     level->arena.reset();
     level->entered = 0;
-    if (spare_levels().size() < 64) spare_levels().push_back(std::move(level));
+    if (spare_count == most_spare) {
+        delete level;
+        return;
+    }
+    level->older = spare_levels;
+    spare_levels = level;
+    spare_count++;
 }
 
 bool rx_at_outermost_level() {

@@ -30,10 +30,11 @@ template <class T> struct rx_pointer_table {
     }
     /// Forgets everything; small tables keep their storage.
     void clear() {
+        if (used == 0) return;
         if (slots.size() > 64)
             slots = {};
-        else if (used)
-            std::fill(slots.begin(), slots.end(), slot{});
+        else
+            std::memset(static_cast<void *>(slots.data()), 0, slots.size() * sizeof(slot));
         used = 0;
     }
 
@@ -45,7 +46,7 @@ private:
     }
     void grow() {
         std::vector<slot> old = std::move(slots);
-        slots.assign(old.empty() ? 16 : old.size() * 2, slot{});
+        slots.assign(old.empty() ? 8 : old.size() * 2, slot{});
         for (const slot &each : old) {
             if (each.item) place(each.hash, each.item);
         }
@@ -81,7 +82,8 @@ private:
 
 struct rx_level {
     rx_level *older = nullptr;
-    rx_arena arena; ///< entries and their names
+    uint64_t older_serial = 0; ///< the serial number to go back to with the older level
+    rx_arena arena;            ///< entries and their names
     rx_pointer_table<rx_var> names;
     rx_pointer_table<rx_stem> stem_table;
     std::vector<std::unique_ptr<rx_stem>> stems;

@@ -2,7 +2,7 @@
 #include "values/numbers.h"
 
 #include "platform/strings.h"
-#include "values/rounding.h"
+#include "values/arithmetic.h"
 
 #include <algorithm>
 #include <charconv>
@@ -142,7 +142,7 @@ bool rx_number_of(const rx_value &value, rx_value &number) {
     }
     if (value.is_none()) return false;
     scanned_number read;
-    if (rx_short_integer(value.text(), read.real))
+    if (rx_carried_number(value, read.real))
         read.rounded = 1;
     else if (!scan(value.text(), read))
         return false;
@@ -159,8 +159,64 @@ bool rx_is_number(rx_value &value) {
     return true;
 }
 
+bool rx_carried_number(const rx_value &value, double &number) {
+    if (value.carries_number()) {
+        number = value.carried.number;
+        return true;
+    }
+    if (!value.is_string() || !rx_short_integer(value.text(), number)) return false;
+    if (value.storage == RX_INLINE && value.length < sizeof value.carried.text) {
+        // What a value is doesn't change by this.
+        auto &record = const_cast<rx_value &>(value);
+        record.carried.number = number;
+        record.rounded = 1;
+    }
+    return true;
+}
+
+namespace {
+
+/// Makes the record, which owns no text, that of a whole number of at most seven characters, with the number beside it.
+void put_short_text(rx_value &record, int32_t number) {
+    char text[sizeof record.carried.text];
+    char *end = text + sizeof text - 1, *at = end;
+    *end = '\0';
+    auto left = static_cast<uint32_t>(std::abs(number));
+    do {
+        *--at = static_cast<char>('0' + left % 10);
+        left /= 10;
+    } while (left != 0);
+    if (number < 0) *--at = '-';
+    auto length = static_cast<uint32_t>(end - at);
+    uint64_t head = uint64_t{length} << 32 | 1u << 16 | RX_STRING;
+    std::memcpy(static_cast<void *>(&record), &head, sizeof head);
+    for (uint32_t i = 0; i <= length; i++) record.carried.text[i] = at[i];
+    record.carried.number = number;
+}
+
+/// True when the number's text is its integer part's, at most seven characters.
+bool is_short(double real, int32_t decimals, int32_t &whole) {
+    if (decimals > 0 || !(real > -1e6 && real < 1e7) || rx_numeric.value.digits < 7) return false;
+    whole = static_cast<int32_t>(real);
+    return whole == real && (whole != 0 || !std::signbit(real));
+}
+
+} // namespace
+
+void rx_put_number_text(rx_value &record, rx_plain plain) {
+    int32_t whole;
+    if (record.storage != RX_HEAP && is_short(plain.real, plain.decimals(), whole)) [[likely]]
+        put_short_text(record, whole);
+    else
+        record = rx_to_string(rx_value_of(plain));
+}
+
 rx_value rx_to_string(rx_value value) {
     if (value.is_string() && value.storage != RX_BORROWED) return value;
+    if (int32_t whole; value.is_number() && is_short(value.real, value.decimals, whole)) {
+        put_short_text(value, whole);
+        return value;
+    }
     rx_number_buffer buffer;
     return rx_string(rx_arg_text(value, buffer));
 }

@@ -76,8 +76,13 @@ inline std::string_view rx_arg_text(const rx_value &value, rx_number_buffer &buf
     return rx_number_text(value.real, value.decimals, buffer);
 }
 
-/// The text of any value as an owned string record: numbers are spelled, strings pass through.
+/// The text of any value as an owned string record: numbers are spelled, strings pass through. The text of a short
+/// whole number carries the number.
 rx_value rx_to_string(rx_value value);
+
+/// The number of a string that carries one or is a short integer, which it then carries from now on: a text that is
+/// used as a number is mostly used so again. False for any other value.
+bool rx_carried_number(const rx_value &value, double &number);
 
 /// The text of an integer in decimal.
 std::string rx_int_text(long long integer);

@@ -38,6 +38,10 @@ inline bool take_number(const rx_value &value, rx_plain &number) {
         number = rx_plain_of(value);
         return true;
     }
+    if (rx_carried_number(value, number.real)) {
+        number.head = rx_whole_head;
+        return true;
+    }
     rx_value scanned;
     if (!rx_number_of(value, scanned)) return false;
     number = rx_plain_of(scanned);
@@ -54,7 +58,7 @@ rx_value refuse(rx_arithmetic_fault why, const char *too_long, int &fault) {
     }
 }
 
-using rx_computation = rx_plain (*)(const rx_plain &left, const rx_plain &right, int digits);
+using rx_computation = rx_plain (*)(rx_plain left, rx_plain right, int digits);
 
 /// An arithmetic operator: its computation between the tests of its operands and the making of its result.
 template <rx_computation compute>

@@ -48,6 +48,7 @@ rx_value rx_borrowed(std::string_view text) {
 
 void rx_reserve(rx_value &string, size_t capacity) {
     check_length(capacity);
+    string.rounded = 0;
     size_t have = string.storage == RX_INLINE ? rx_value::inline_capacity : string.heap.capacity;
     if (capacity <= have && string.storage != RX_BORROWED) return;
     rx_value larger;
@@ -64,6 +65,7 @@ void rx_resize(rx_value &string, size_t length) {
         check_length(length);
         rx_reserve(string, std::min(rx_longest_text, std::max(length, have + have / 2)));
     }
+    string.rounded = 0;
     string.length = static_cast<uint32_t>(length);
     rx_bytes(string)[length] = '\0';
 }

@@ -4,10 +4,14 @@
 // number (an IEEE double) or a string, never both: turning a string into a number loses the text, and the text of a
 // number is spelled anew, under the NUMERIC settings of the moment, each time that it is asked for.
 //
-//   bytes 0-3   kind, storage of the text, and for a number the digits that it is known to be rounded to
+//   bytes 0-3   kind, storage of the text, `rounded`, and a byte that is always 0
 //   bytes 4-7   a number's `decimals`: how many digits behind the point its text shows (below 1: none restored);
 //               a string's length in bytes
 //   bytes 8-23  the double; or up to 15 bytes of text and a NUL; or pointer and capacity of a longer text
+//
+// A short string that is a plain whole number ("27", "007") may carry that number in the last eight bytes, behind its
+// text; `rounded` is then 1. Whoever changes the bytes of a string has gone through rx_reserve or rx_resize, which
+// forget the number.
 //
 // A number, a short text, a constant and a variable read thus never allocate. Text is bytes, NUL may occur anywhere,
 // and there is always one more NUL behind the last byte. The record is move-only and owns its text, with one
@@ -34,8 +38,9 @@ struct rx_value {
     rx_kind kind = RX_NONE;
     rx_storage storage = RX_INLINE;
     /// A number: rounding to this many digits or more is known to leave it as it is; 1 only when it is whole; 0: not
-    /// known.
+    /// known. A string: 1 when it carries its number.
     uint8_t rounded = 0;
+    uint8_t unused = 0;
     union {
         int32_t decimals; ///< of a number
         uint32_t length;  ///< of a string
@@ -43,6 +48,10 @@ struct rx_value {
     union {
         double real;
         char bytes[inline_capacity + 1];
+        struct {
+            char text[8];
+            double number;
+        } carried;
         struct {
             char *data;
             size_t capacity; ///< bytes that fit behind `data`, the closing NUL not counted
@@ -63,6 +72,8 @@ struct rx_value {
     bool is_number() const { return kind == RX_NUMBER; }
     bool is_string() const { return kind == RX_STRING; }
     bool is_none() const { return kind == RX_NONE; }
+    /// A string with its number in `carried.number`: whole, no decimals.
+    bool carries_number() const { return kind == RX_STRING && rounded == 1; }
 
     /// The text of a string; not to be asked of a number.
     std::string_view text() const { return {data(), length}; }
