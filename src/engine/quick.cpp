@@ -76,7 +76,7 @@ inline rx_plain truth(bool holds) {
     return {holds ? 1.0 : 0.0, rx_bare_head};
 }
 
-/// What the operators of one name do: arithmetic has a function each, comparison one rule for all.
+/// The operators on numbers: arithmetic has a function each, comparison one rule for all.
 template <rx_operator_id id> inline rx_plain compute(rx_plain a, rx_plain b) {
     int digits = rx_numeric.value.digits;
     if constexpr (id == FX_PLUS) {
@@ -102,13 +102,33 @@ template <rx_operator_id id> inline rx_plain compute(rx_plain a, rx_plain b) {
 template <rx_operator_id id> [[gnu::noinline]] rx_plain compute_any(rx_plain a, rx_plain b) {
     if (a.failed()) return a;
     if (b.failed()) return b;
-    return compute<id>(a, b);
+    int digits = rx_numeric.value.digits;
+    if constexpr (id == FX_PLUS) {
+        return rx_plus_fractions(a, b, digits);
+    } else if constexpr (id == FX_MIN) {
+        return rx_minus_fractions(a, b, digits);
+    } else if constexpr (id == FX_MULT) {
+        return rx_times_fractions(a, b, digits);
+    } else {
+        return compute<id>(a, b);
+    }
 }
 
 template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain step(const rx_op &op) {
     rx_plain a = load<left>(op.a), b = load<right>(op.b);
-    if (rx_both_whole(a, b)) [[likely]]
-        return compute<id>(a, b);
+    if (rx_both_whole(a, b)) [[likely]] {
+        if constexpr (id == FX_PLUS) {
+            if (double sum = a.real + b.real; sum != HUGE_VAL) [[likely]]
+                return rx_whole_sum(a, b, sum);
+        } else if constexpr (id == FX_MIN) {
+            return rx_whole_sum(a, b, a.real - b.real);
+        } else if constexpr (id == FX_MULT) {
+            if (double product = a.real * b.real; product != HUGE_VAL) [[likely]]
+                return {product, rx_both_simple(a, b) ? rx_whole_head : rx_plain_head(rx_product_decimals(a, b), 1)};
+        } else if constexpr (id != FX_DIV && id != FX_IDIV && id != FX_REM) {
+            return truth(holds<id>(a.real, b.real));
+        }
+    }
     return compute_any<id>(a, b);
 }
 

@@ -78,14 +78,14 @@ inline bool rx_both_simple(rx_plain a, rx_plain b) {
 }
 
 /// The number as an operand: rounded at `digits` + 1.
-inline double rx_operand_of(rx_plain number, int digits) {
+[[gnu::always_inline]] inline double rx_operand_of(rx_plain number, int digits) {
     if (number.rounded() != 0 && number.rounded() <= digits + 1) return number.real;
     return rx_round_digits(number.real, digits + 1);
 }
 
-inline rx_plain rx_rounded_plain(double real, int32_t decimals, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_rounded_plain(double real, int32_t decimals, int digits) {
     if (rx_is_whole(real)) return {real, rx_plain_head(decimals, 1)};
-    double result = digits >= 15 ? real : rx_round_fraction(real, digits);
+    double result = digits >= 15 ? real : rx_round_inline(real, digits);
     // A fraction of one digit is no whole number, which a 1 would say.
     return {result, rx_plain_head(decimals, std::max(digits, 2))};
 }
@@ -120,23 +120,23 @@ inline bool rx_too_long(double whole, int digits) {
     return {sum, rx_plain_head(rx_sum_decimals(a.decimals(), a.real, b.decimals(), b.real, sum), 1)};
 }
 
-[[gnu::noinline]] inline rx_plain rx_plus_fractions(rx_plain a, rx_plain b, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_plus_fractions(rx_plain a, rx_plain b, int digits) {
     double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits), sum = left + right;
     if (sum == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
     return rx_rounded_plain(sum, rx_sum_decimals(a.decimals(), left, b.decimals(), right, sum), digits);
 }
-[[gnu::always_inline]] inline rx_plain rx_plus(rx_plain a, rx_plain b, int digits) {
+inline rx_plain rx_plus(rx_plain a, rx_plain b, int digits) {
     if (rx_both_whole(a, b) && a.real + b.real != HUGE_VAL) [[likely]]
         return rx_whole_sum(a, b, a.real + b.real);
     return rx_plus_fractions(a, b, digits);
 }
 
 /// An infinite difference isn't tested for: it passes, and is caught only when it is shown.
-[[gnu::noinline]] inline rx_plain rx_minus_fractions(rx_plain a, rx_plain b, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_minus_fractions(rx_plain a, rx_plain b, int digits) {
     double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits), difference = left - right;
     return rx_rounded_plain(difference, rx_sum_decimals(a.decimals(), left, b.decimals(), right, difference), digits);
 }
-[[gnu::always_inline]] inline rx_plain rx_minus(rx_plain a, rx_plain b, int digits) {
+inline rx_plain rx_minus(rx_plain a, rx_plain b, int digits) {
     if (rx_both_whole(a, b)) [[likely]]
         return rx_whole_sum(a, b, a.real - b.real);
     return rx_minus_fractions(a, b, digits);
@@ -147,7 +147,7 @@ inline int32_t rx_product_decimals(rx_plain a, rx_plain b) {
     constexpr int32_t limit = 1 << 20;
     return std::clamp(a.decimals() + b.decimals(), -limit, limit);
 }
-[[gnu::noinline]] inline rx_plain rx_times_fractions(rx_plain a, rx_plain b, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_times_fractions(rx_plain a, rx_plain b, int digits) {
     double product = rx_operand_of(a, digits) * rx_operand_of(b, digits);
     if (product == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
     return rx_rounded_plain(product, rx_product_decimals(a, b), digits);
@@ -158,7 +158,7 @@ inline int32_t rx_product_decimals(rx_plain a, rx_plain b) {
     return {a.real * b.real, rx_both_simple(a, b) ? rx_whole_head : rx_plain_head(rx_product_decimals(a, b), 1)};
 }
 
-inline rx_plain rx_divide(rx_plain a, rx_plain b, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_divide(rx_plain a, rx_plain b, int digits) {
     double right = rx_operand_of(b, digits);
     if (right == 0) return rx_no_plain(rx_arithmetic_fault::zero_divide);
     return rx_rounded_plain(rx_operand_of(a, digits) / right, -1, digits);
@@ -200,7 +200,7 @@ inline rx_plain rx_whole_divide(rx_plain a, rx_plain b, int digits) {
 }
 
 /// The sign follows the quotient: with equal signs the operands stay as they are, so -7 // -2 is -1.
-inline rx_plain rx_remainder(rx_plain a, rx_plain b, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_remainder(rx_plain a, rx_plain b, int digits) {
     int32_t left, right;
     if (!rx_short_integers(a, b, left, right)) [[unlikely]]
         return rx_remainder_any(a, b, digits);

@@ -60,7 +60,7 @@ inline bool rx_is_whole(double number) {
 }
 
 /// Rounds a number with a fractional part to `digits` significant digits (1 to 14); others come back unchanged.
-double rx_round_fraction(double number, int digits);
+[[gnu::noinline]] double rx_round_fraction(double number, int digits);
 inline double rx_round_digits(double number, int digits) {
     return digits >= 15 || rx_is_whole(number) ? number : rx_round_fraction(number, digits);
 }

@@ -1,5 +1,6 @@
 #include "base/raise.h"
 #include "values/numbers.h"
+#include "values/rounding.h"
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,10 @@ TEST(rounding, has_the_bits_of_print_and_read_back) {
         digits = digits % 14 + 1;
         double expected = rx_is_whole(number) ? number : printed_and_read(number, digits);
         double rounded = rx_round_digits(number, digits);
+        if (digits < 15 && !rx_is_whole(number)) {
+            double inlined = rx_round_inline(number, digits);
+            if (inlined != rounded && ++wrong < 10) ADD_FAILURE() << std::hexfloat << number << " inline at " << digits;
+        }
         bool same = std::bit_cast<uint64_t>(rounded) == std::bit_cast<uint64_t>(expected) ||
                     (std::isnan(rounded) && std::isnan(expected));
         if (!same && ++wrong < 10) ADD_FAILURE() << std::hexfloat << number << " at " << digits << ": " << rounded;
