@@ -112,7 +112,8 @@ TEST(rounding, has_the_bits_of_print_and_read_back) {
         double rounded = rx_round_digits(number, digits);
         if (digits < 15 && !rx_is_whole(number)) {
             double inlined = rx_round_inline(number, digits);
-            if (inlined != rounded && ++wrong < 10) ADD_FAILURE() << std::hexfloat << number << " inline at " << digits;
+            if (inlined != rounded && !std::isnan(number) && ++wrong < 10)
+                ADD_FAILURE() << std::hexfloat << number << " inline at " << digits;
         }
         bool same = std::bit_cast<uint64_t>(rounded) == std::bit_cast<uint64_t>(expected) ||
                     (std::isnan(rounded) && std::isnan(expected));
