@@ -97,3 +97,15 @@ rx_value bu_symbol(const rx_expr *list);
 rx_value bu_trace(const rx_expr *list);
 rx_value bu_value(const rx_expr *list);
 rx_value bu_version(const rx_expr *list);
+
+// Streams
+rx_value bu_charin(const rx_expr *list);
+rx_value bu_charout(const rx_expr *list);
+rx_value bu_chars(const rx_expr *list);
+rx_value bu_fileconv(const rx_expr *list);
+rx_value bu_linein(const rx_expr *list);
+rx_value bu_linelast(const rx_expr *list);
+rx_value bu_lineout(const rx_expr *list);
+rx_value bu_lines(const rx_expr *list);
+rx_value bu_linesize(const rx_expr *list);
+rx_value bu_stream(const rx_expr *list);

@@ -12,6 +12,12 @@ rx_instant rx_clock_now() {
     return {now.tv_sec, now.tv_nsec / 1000};
 }
 
+uint64_t rx_tick() {
+    timespec now = {};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1000000000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
 rx_local_time rx_local_time_of(long long seconds) {
     // A script may have changed the time zone in the environment.
     ::tzset();

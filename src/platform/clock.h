@@ -1,6 +1,7 @@
 // The clocks: the time of day and what calendars make of it.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 /// A point in time, as the system's clock gives it: seconds since 1970 and microseconds (0 to 999999).
@@ -11,6 +12,9 @@ struct rx_instant {
 
 /// The time now.
 rx_instant rx_clock_now();
+
+/// A clock that only runs forward, in nanoseconds.
+uint64_t rx_tick();
 
 /// A local date and time.
 struct rx_local_time {

@@ -1,10 +1,14 @@
 #include "platform/console.h"
 
+#include "platform/world.h"
+
 #include <cerrno>
 #include <poll.h>
 #include <unistd.h>
 
-void rx_console_write(int descriptor, std::string_view text) {
+size_t rx_console_write(int descriptor, std::string_view text) {
+    rx_console_writes++;
+    size_t whole = text.size();
     while (!text.empty()) {
         ssize_t written = ::write(descriptor, text.data(), text.size());
         if (written >= 0) {
@@ -13,7 +17,8 @@ void rx_console_write(int descriptor, std::string_view text) {
             pollfd wait{descriptor, POLLOUT, 0};
             ::poll(&wait, 1, -1);
         } else if (errno != EINTR) {
-            return;
+            break;
         }
     }
+    return whole - text.size();
 }

@@ -1,8 +1,10 @@
 // The standard streams of the process, as descriptors.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 /// Writes all bytes to descriptor 1 or 2, going on after interruptions and partial writes. A reader that has gone
-/// away or a full disk loses the rest silently: there is nobody left to tell.
-void rx_console_write(int descriptor, std::string_view text);
+/// away or a full disk loses the rest silently: there is mostly nobody left to tell. How many bytes were written; what
+/// hindered the rest is what rx_system_error() says next.
+size_t rx_console_write(int descriptor, std::string_view text);

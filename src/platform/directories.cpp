@@ -15,6 +15,7 @@ std::string rx_home() {
 }
 
 bool rx_change_directory(std::string_view path) {
+    rx_directory_changes++;
     return path.find('\0') == std::string_view::npos && ::chdir(std::string(path).c_str()) == 0;
 }
 

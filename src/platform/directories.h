@@ -1,11 +1,15 @@
 // Directories and the tests of paths that everybody needs.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 /// The directory from HOME with a "/" at its end; without HOME the root.
 std::string rx_home();
+
+/// Grows whenever another directory becomes the current one.
+inline constinit uint64_t rx_directory_changes = 0;
 
 /// Makes a directory the current one; false when that can't be.
 bool rx_change_directory(std::string_view path);

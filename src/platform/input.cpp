@@ -1,5 +1,7 @@
 #include "platform/input.h"
 
+#include "platform/world.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -39,6 +41,7 @@ bool try_again() {
 }
 
 ssize_t read_some(char *bytes, size_t count) {
+    rx_world_changes++;
     ssize_t got;
     do got = ::read(0, bytes, count);
     while (got < 0 && try_again());
@@ -55,9 +58,36 @@ input_kind kind_of_input() {
     return S_ISCHR(status.st_mode) && ::isatty(0) ? input_kind::terminal : input_kind::other;
 }
 
-bool terminal_gives_lines() {
-    termios settings = {};
-    return ::tcgetattr(0, &settings) == 0 && (settings.c_lflag & ICANON);
+/// A terminal that gives each key at once instead of whole lines, as long as the record lives.
+struct raw_keys {
+    termios before = {};
+    bool changed;
+
+    explicit raw_keys(bool echo) : changed(::tcgetattr(0, &before) == 0) {
+        termios raw = before;
+        raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+        if (echo) raw.c_lflag |= ECHO;
+        raw.c_cc[VMIN] = 1;
+        raw.c_cc[VTIME] = 0;
+        changed = changed && ::tcsetattr(0, TCSANOW, &raw) == 0;
+    }
+    ~raw_keys() {
+        if (changed) ::tcsetattr(0, TCSANOW, &before);
+    }
+    raw_keys(const raw_keys &) = delete;
+    raw_keys &operator=(const raw_keys &) = delete;
+};
+
+bool has_input() {
+    pollfd wait{0, POLLIN, 0};
+    return ::poll(&wait, 1, 0) > 0 && (wait.revents & POLLIN);
+}
+
+/// True when a terminal has a whole line ready or, looked at key by key, the beginning of one.
+bool key_waiting() {
+    if (has_input()) return true;
+    raw_keys raw(true);
+    return has_input();
 }
 
 ssize_t peek_file() {
@@ -92,6 +122,7 @@ ssize_t peek_socket() {
 /// Looks at what lies ahead. The number of bytes, 0 at the end, -1 when this input can't be looked into.
 ssize_t look(input_kind kind) {
     rx_input_release();
+    rx_world_changes++;
     if (kind == input_kind::terminal || kind == input_kind::other) return -1;
     if (ahead.bytes.empty()) {
         ahead.bytes.resize(block_size);
@@ -102,15 +133,12 @@ ssize_t look(input_kind kind) {
     return got;
 }
 
-bool line_from_descriptor(std::string &line, input_kind kind) {
-    char block[4096];
-    size_t step = kind == input_kind::terminal && terminal_gives_lines() ? sizeof block : 1;
-    for (;;) {
-        ssize_t got = read_some(block, step);
-        if (got <= 0) return false;
-        bool ended = block[got - 1] == '\n';
-        line.append(block, static_cast<size_t>(got) - ended);
-        if (ended) return true;
+/// Byte by byte, also from a terminal: lines that came in while it gave single keys are handed out in one piece.
+bool line_from_descriptor(std::string &line) {
+    for (char byte;;) {
+        if (read_some(&byte, 1) <= 0) return false;
+        if (byte == '\n') return true;
+        line += byte;
     }
 }
 
@@ -120,10 +148,9 @@ bool rx_input_line(std::string &line) {
     line.clear();
     for (;;) {
         if (ahead.used == ahead.known) {
-            input_kind kind = kind_of_input();
-            ssize_t got = look(kind);
+            ssize_t got = look(kind_of_input());
             if (got == 0) return false;
-            if (got < 0) return line_from_descriptor(line, kind);
+            if (got < 0) return line_from_descriptor(line);
         }
         const char *start = ahead.bytes.data() + ahead.used;
         size_t left = ahead.known - ahead.used;
@@ -156,13 +183,19 @@ size_t rx_input_bytes(char *bytes, size_t count) {
     return done;
 }
 
+size_t rx_input_keys(char *bytes, size_t count, bool echo) {
+    if (kind_of_input() != input_kind::terminal) return rx_input_bytes(bytes, count);
+    raw_keys raw(echo);
+    return rx_input_bytes(bytes, count);
+}
+
 bool rx_input_waiting() {
     if (ahead.used < ahead.known) return true;
     input_kind kind = kind_of_input();
-    pollfd wait{0, POLLIN, 0};
-    if (kind == input_kind::terminal) return ::poll(&wait, 1, 0) > 0 && (wait.revents & POLLIN);
+    if (kind == input_kind::terminal) return key_waiting();
     ssize_t got = look(kind);
     if (got >= 0) return got > 0;
+    pollfd wait{0, POLLIN, 0};
     while (::poll(&wait, 1, -1) < 0 && errno == EINTR) {
     }
     return wait.revents & POLLIN;
@@ -178,8 +211,7 @@ void rx_input_release() {
     }
     while (used) {
         // The bytes are there; should another reader have taken them, waiting for more would be wrong.
-        pollfd ready{0, POLLIN, 0};
-        if (::poll(&ready, 1, 0) <= 0 || !(ready.revents & POLLIN)) return;
+        if (!has_input()) return;
         ssize_t got = read_some(ahead.bytes.data(), std::min(used, block_size));
         if (got <= 0) return;
         used -= static_cast<size_t>(got);

@@ -16,6 +16,10 @@ bool rx_input_line(std::string &line);
 /// Reads `count` bytes, fewer only at the end; how many came.
 size_t rx_input_bytes(char *bytes, size_t count);
 
+/// Reads `count` keys, from a terminal each as soon as it is pressed; elsewhere the same as rx_input_bytes. `echo`
+/// shows them on the terminal.
+size_t rx_input_keys(char *bytes, size_t count, bool echo);
+
 /// On a terminal: whether a key is waiting. Otherwise waits until a byte or the end comes; true for a byte.
 bool rx_input_waiting();
 

@@ -1,6 +1,7 @@
 #include "platform/process.h"
 
 #include "platform/input.h"
+#include "platform/world.h"
 
 #include <cerrno>
 #include <csignal>
@@ -143,6 +144,7 @@ background_process *watch(int process, bool kept) {
 
 int rx_start_process(const rx_process_start &start, int &error) {
     rx_input_release();
+    rx_world_changes++;
     spawn_settings settings(start);
     std::vector<char *> arguments;
     for (const std::string &each : start.arguments) arguments.push_back(const_cast<char *>(each.c_str()));
@@ -158,6 +160,7 @@ int rx_wait_process(int process) {
     int status = 0;
     while (::waitpid(process, &status, 0) < 0 && errno == EINTR) {
     }
+    rx_world_changes++;
     return code_of(status);
 }
 
@@ -171,6 +174,7 @@ size_t rx_keep_process(int process) {
 }
 
 bool rx_process_ended(size_t index, bool wait, int &code) {
+    rx_world_changes++;
     code = -1;
     if (index >= kept_processes.size()) return false;
     background_process &each = *kept_processes[index];
