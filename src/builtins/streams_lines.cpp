@@ -109,11 +109,9 @@ rx_value write_line(const rx_expr *list, bool line_feed) {
         rx_stream_seek_line(*stream, static_cast<size_t>(line) - 1);
     }
     if (!args.given(1)) return bu_count(0);
-    bool replaces = stream->lines_left() != 0;
     std::string_view text = text_to_write(args, list, buffer);
     if (!rx_stream_write_line(*stream, text, rx_line_tail(), line_feed, "LINEOUT()", error))
         return not_ready(std::move(error), name);
-    if (replaces && stream->current_line + 1 < stream->line_count()) stream->current_line++;
     return bu_count(0);
 }
 

@@ -2,6 +2,7 @@
 
 #include "base/modes.h"
 #include "base/output.h"
+#include "commands/execio.h"
 #include "commands/queue.h"
 #include "platform/strings.h"
 
@@ -31,7 +32,7 @@ int missing(const char *name) {
 }
 
 const command_row rows[] = {
-    {"execio", match::blank, [](std::string_view) { return missing("EXECIO"); }},
+    {"execio", match::blank, [](std::string_view rest) { return rx_execio(rest.substr(1)); }},
     {"makebuf", match::word, [](std::string_view) { return rx_makebuf(); }},
     {"dropbuf", match::word, [](std::string_view rest) { return rx_dropbuf(rest); }},
     {"globalv", match::word, [](std::string_view) { return missing("GLOBALV"); }},

@@ -2,6 +2,7 @@
 
 #include "base/output.h"
 #include "builtins/hooks.h"
+#include "commands/execio.h"
 #include "driver/install.h"
 #include "driver/source.h"
 #include "engine/host.h"
@@ -259,5 +260,6 @@ int rx_run_args(std::string_view command, const char *home, std::unique_ptr<rx_p
 }
 
 void rx_final_exit(int code) {
+    rx_execio_close_printer();
     std::exit(code);
 }

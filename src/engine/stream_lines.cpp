@@ -118,6 +118,7 @@ bool replace_line(rx_stream &stream, std::string_view text, std::string_view tai
     settle(stream, std::max(size, begin + text.size()));
     stream.position = std::min(stream.offsets[line + 1], stream.known_size);
     stream.window_length = 0;
+    if (line + 1 < stream.line_count()) stream.current_line++;
     return true;
 }
 

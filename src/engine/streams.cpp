@@ -55,7 +55,7 @@ bool look(rx_stream &stream) {
     stream.checked_at = rx_tick();
     stream.checked_changes = rx_world_changes;
     stream.checked_console = rx_console_writes;
-    stream.is_console = rx_is_console_file(stream.status);
+    stream.is_console.reset();
     forget_window(stream);
     return true;
 }
@@ -130,10 +130,11 @@ void rx_stream_close(rx_stream *stream) {
     std::erase_if(table->rows, [&](const auto &row) { return row.get() == stream; });
 }
 
-bool rx_stream_is_fresh(const rx_stream &stream) {
-    return stream.checked_changes == rx_world_changes &&
-           !(stream.is_console && stream.checked_console != rx_console_writes) &&
-           rx_tick() - stream.checked_at < trusted_time;
+bool rx_stream_is_fresh(rx_stream &stream) {
+    if (stream.checked_changes != rx_world_changes || rx_tick() - stream.checked_at >= trusted_time) return false;
+    if (stream.checked_console == rx_console_writes) return true;
+    if (!stream.is_console) stream.is_console = rx_is_console_file(stream.status);
+    return !*stream.is_console;
 }
 
 bool rx_stream_check(rx_stream &stream) {

@@ -29,6 +29,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -72,8 +73,8 @@ struct rx_stream {
     uint64_t checked_at = 0;
     uint64_t checked_changes = 0;
     uint64_t checked_console = 0;
-    bool is_console = false; ///< standard output or error goes to this file
-    bool has_twin = false;   ///< another row may have the same file open
+    std::optional<bool> is_console; ///< standard output or error goes to this file; asked when it first matters
+    bool has_twin = false;          ///< another row may have the same file open
 };
 
 /// Finds or opens the stream of a name for a line function; a file that isn't there is made. A new row stands at the
@@ -101,7 +102,7 @@ void rx_stream_close(rx_stream *stream);
 std::string rx_stream_failure(std::string_view head, std::string_view name);
 
 /// True when what is known of the file may be trusted as it is.
-bool rx_stream_is_fresh(const rx_stream &stream);
+bool rx_stream_is_fresh(rx_stream &stream);
 
 /// Makes sure that what is known of the file is fresh; false when the system doesn't answer.
 bool rx_stream_check(rx_stream &stream);
@@ -126,7 +127,8 @@ void rx_stream_seek_line(rx_stream &stream, size_t line);
 bool rx_stream_read_line(rx_stream &stream, std::string_view &line);
 
 /// Writes `text` and `tail` over the current line, the rest of the file moving up or down, or, behind the last line, to
-/// the end of the file with a line feed if `line_feed` says so. Only the latter moves on. False and `error` on failure;
+/// the end of the file with a line feed if `line_feed` says so. Then moves on, but after a replacement only as far as
+/// the last line: writing again replaces that once more. False and `error` on failure;
 /// the file may then be half moved.
 bool rx_stream_write_line(rx_stream &stream, std::string_view text, std::string_view tail, bool line_feed,
                           std::string_view who, std::string &error);

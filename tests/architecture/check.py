@@ -43,7 +43,7 @@ STANDARD_HEADERS = set(
     """.split()
 )
 
-GENERATED = {"grammar.h": "front"}  # made in the build tree, and the folder that may include it
+GENERATED = {"grammar.h": "front", "execio_grammar.h": "commands"}  # made in the build tree, and the folder that may include it
 
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 
