@@ -102,11 +102,6 @@ bool is_current(const rx_program &program, const std::string &script) {
     return true;
 }
 
-uint64_t next_program_serial() {
-    static uint64_t serial = 0;
-    return ++serial;
-}
-
 void settle_modes() {
     rx_modes_record &modes = *rx_modes;
     if (modes.case_mode == RX_CASE_UNSET) modes.case_mode = RX_UPPER;
@@ -120,19 +115,18 @@ int load_program(rx_program &program, const std::string &script, const std::stri
     rx_read_failure failure;
     program.source = rx_read_file(script, failure);
     if (failure != rx_read_failure::none) {
-        const char *what =
-            failure == rx_read_failure::open ? "vandra: unable to open file " : "vandra: unable to read file ";
-        rx_print_error(what + typed);
+        rx_print_error(rx_unreadable(failure, typed));
         return code_not_readable;
     }
     program.rc_lines = rx_load_rc(program.source, *rx_home_directory);
     rx_source_entry entry;
     entry.name = script;
-    entry.length = program.source.size();
     entry.mtime = rx_file_time(script).value_or(0);
     program.entries.push_back(entry);
 
-    rx_scan_result scanned = lex(program.source, program.arena);
+    bool compiled;
+    rx_scan_result scanned = rx_scan_source(program.source, program.arena, true, compiled);
+    program.entries[0].length = program.source.size();
     program.entries[0].last_line = static_cast<int>(scanned.lines);
     if (scanned.error) {
         rx_error.number = scanned.error;
@@ -149,7 +143,7 @@ int load_program(rx_program &program, const std::string &script, const std::stri
         rx_report(program, rx_error.line, rx_error.column, false);
         return rx_error.number;
     }
-    program.serial = next_program_serial();
+    program.serial = rx_next_program_serial();
     program.filled = true;
     return 0;
 }

@@ -30,6 +30,11 @@ bool is_compiled(std::string_view text) {
 
 } // namespace
 
+std::string rx_unreadable(rx_read_failure failure, std::string_view name) {
+    std::string_view what = failure == rx_read_failure::open ? "open" : "read";
+    return std::string("vandra: unable to ").append(what).append(" file ").append(name);
+}
+
 unsigned rx_load_rc(std::string &text, const std::string &home) {
     if (is_compiled(text)) return 0;
     std::string path = rx_home() + ".vandrarc";
@@ -38,10 +43,8 @@ unsigned rx_load_rc(std::string &text, const std::string &home) {
     rx_read_failure failure;
     std::string start_up = rx_read_file(path, failure);
     if (failure != rx_read_failure::none) {
-        const char *what =
-            failure == rx_read_failure::open ? "vandra: unable to open file " : "vandra: unable to read file ";
         std::string reason = rx_system_error();
-        rx_print_error(what + path);
+        rx_print_error(rx_unreadable(failure, path));
         rx_print_error("vandra: " + reason);
         return 0;
     }
@@ -50,4 +53,14 @@ unsigned rx_load_rc(std::string &text, const std::string &home) {
     auto lines = std::count(start_up.begin(), start_up.end(), '\n');
     text.insert(0, start_up);
     return static_cast<unsigned>(lines);
+}
+
+uint64_t rx_next_program_serial() {
+    static uint64_t serial = 0;
+    return ++serial;
+}
+
+rx_scan_result rx_scan_source(std::string &text, rx_arena &arena, bool apply_modes, bool &compiled) {
+    compiled = false;
+    return lex(text, arena, apply_modes);
 }

@@ -76,7 +76,7 @@ void syntax_trap(int number, const std::string *extra) {
 void novalue(std::string_view name) {
     if (!armed(RX_NOVALUE)) return;
     std::string message = "\nvandra: variable \"";
-    message.append(name).append("\" (line ").append(rx_int_text(rx_error.line + 1LL)).append(") is uninitialized.\n\n");
+    message.append(name).append("\" (line ").append(rx_int_text(rx_own_line(**rx_program_now, rx_error.line) + 1LL)).append(") is uninitialized.\n\n");
     rx_set_sigl(rx_error.line);
     int before = rx_settings->condition;
     rx_settings->condition = RX_NOVALUE;
@@ -230,10 +230,11 @@ void rx_set_code(rx_system_variable name, double number) {
 
 void rx_set_sigl(unsigned line) {
     const rx_symbol &symbol = rx_system_symbol(RX_SIGL);
+    rx_plain number{rx_own_line(**rx_program_now, line) + 1.0, rx_whole_head};
     if (const rx_value *held = rx_var_cached(symbol); held && held->is_number()) {
-        rx_put_plain(rx_var_writable(*symbol.var), {line + 1.0, rx_whole_head});
+        rx_put_plain(rx_var_writable(*symbol.var), number);
         symbol.var->generation++;
     } else {
-        rx_var_assign(symbol, rx_value_of({line + 1.0, rx_whole_head}));
+        rx_var_assign(symbol, rx_value_of(number));
     }
 }

@@ -3,6 +3,7 @@
 #include "base/output.h"
 #include "engine/host_resolve.h"
 #include "engine/trace.h"
+#include "front/report.h"
 #include "platform/environment.h"
 #include "platform/process.h"
 #include "platform/strings.h"
@@ -174,8 +175,9 @@ void raise_condition(unsigned line, int code) {
         condition = RX_FAILURE;
     else
         return;
-    unsigned rc_lines = (*rx_program_now)->rc_lines;
-    rx_trap(condition, nullptr, line >= rc_lines ? line - rc_lines : line);
+    const rx_program &program = **rx_program_now;
+    bool main_source = &rx_entry_of(program, line) == program.entries.data();
+    rx_trap(condition, nullptr, main_source && line >= program.rc_lines ? line - program.rc_lines : line);
     rx_condition_text->clear();
 }
 

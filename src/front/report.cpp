@@ -48,10 +48,17 @@ std::string_view line_in(const rx_program &program, const rx_source_entry &entry
 } // namespace
 
 const rx_source_entry &rx_entry_of(const rx_program &program, unsigned line) {
-    for (const rx_source_entry &entry : program.entries) {
-        if (holds(entry, line)) return entry;
-    }
+    // Entries follow each other, so the one in front of the first that begins later is the only one that can hold it.
+    auto later =
+        std::upper_bound(program.entries.begin(), program.entries.end(), line,
+                         [](unsigned at, const auto &entry) { return static_cast<int>(at) < entry.first_line; });
+    if (later != program.entries.begin() && holds(later[-1], line)) return later[-1];
     return program.entries.back();
+}
+
+unsigned rx_own_line(const rx_program &program, unsigned line) {
+    if (program.entries.size() < 2) return line;
+    return line - static_cast<unsigned>(rx_entry_of(program, line).first_line);
 }
 
 bool rx_source_line(const rx_program &program, unsigned line, std::string_view &text) {

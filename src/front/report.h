@@ -15,3 +15,6 @@ const rx_source_entry &rx_entry_of(const rx_program &program, unsigned line);
 
 /// The text of a program-wide line; false when it lies outside all entries.
 bool rx_source_line(const rx_program &program, unsigned line, std::string_view &text);
+
+/// A program-wide line as its own source counts it, from 0: what SIGL tells. The start-up file counts with the script.
+unsigned rx_own_line(const rx_program &program, unsigned line);

@@ -302,7 +302,7 @@ bool reader::read_all() {
 
 } // namespace
 
-rx_scan_result lex(std::string_view text, rx_arena &arena) {
+rx_scan_result lex(std::string_view text, rx_arena &arena, bool apply_modes) {
     rx_scan_result result;
     if (text.size() > 1 && text.back() == '\n') text.remove_suffix(1);
     rx_raw_tokens tokens, settled;
@@ -311,7 +311,7 @@ rx_scan_result lex(std::string_view text, rx_arena &arena) {
     result.lines = source.now.line + (text.empty() ? 0 : 1);
     if (!scanned) return result;
     settled.reserve(tokens.size() + tokens.size() / 8);
-    rx_settle_words(tokens, settled, arena);
+    rx_settle_words(tokens, settled, arena, apply_modes);
     tokens.clear();
     rx_insert_abuttal(settled, tokens);
     rx_drop_blanks(tokens);

@@ -18,8 +18,8 @@ struct rx_scan_result {
 };
 
 /// Scans a text. Tokens live in the arena, their lines count from 0 at the text's start. OPTION clauses change
-/// rx_modes as they are met (the first word of a kind decides).
-rx_scan_result lex(std::string_view text, rx_arena &arena);
+/// rx_modes as they are met (the first word of a kind decides), unless `apply_modes` is off: the modes in force stay.
+rx_scan_result lex(std::string_view text, rx_arena &arena, bool apply_modes = true);
 
 /// The code of a keyword in any case, or 0.
 int rx_keyword(std::string_view word);

@@ -26,8 +26,8 @@ static_assert(sizeof(rx_raw_token) == 24);
 
 using rx_raw_tokens = std::vector<rx_raw_token>;
 
-/// Pass 1: decides which words are keywords, adds what the grammar needs, applies OPTION words to rx_modes.
-void rx_settle_words(const rx_raw_tokens &in, rx_raw_tokens &out, rx_arena &arena);
+/// Pass 1: decides which words are keywords, adds what the grammar needs, applies OPTION words to rx_modes when asked.
+void rx_settle_words(const rx_raw_tokens &in, rx_raw_tokens &out, rx_arena &arena, bool apply_modes);
 
 /// Pass 2: puts a concatenation between operands that abut.
 void rx_insert_abuttal(const rx_raw_tokens &in, rx_raw_tokens &out);

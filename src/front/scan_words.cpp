@@ -439,7 +439,8 @@ size_t word_pass::token(size_t i) {
 
 } // namespace
 
-void rx_settle_words(const rx_raw_tokens &in, rx_raw_tokens &out, rx_arena &arena) {
+void rx_settle_words(const rx_raw_tokens &in, rx_raw_tokens &out, rx_arena &arena, bool apply_modes) {
     word_pass pass{in, out, arena};
+    if (!apply_modes) pass.case_chosen = pass.env_chosen = pass.load_chosen = pass.globalv_chosen = true;
     for (size_t i = 0; i < in.size();) i = pass.token(i);
 }

@@ -299,7 +299,8 @@ struct rx_source_entry {
     size_t start = 0;  ///< offset of the segment in the program's source text
     size_t length = 0; ///< bytes of the segment
     std::string name;
-    int64_t mtime = 0; ///< compared with the file when the program is used again
+    int64_t mtime = 0;   ///< compared with the file when the program is used again
+    std::string routine; ///< the name by which a call loaded it; empty for the main source
 };
 
 /// A parsed program, kept between runs when the caller of run_rx wants it.
@@ -309,6 +310,7 @@ struct rx_program {
     rx_arena arena;
     rx_label_table labels;
     rx_clause_cell *head = nullptr; ///< first cell of the main chain
+    rx_clause_cell *tail = nullptr; ///< a cell near the end of the main chain, once a source was added to it
     std::string source;             ///< all loaded source text, one segment behind the other
     std::vector<rx_source_entry> entries;
     rx_modes_record modes;

@@ -35,6 +35,28 @@ std::string rx_read_file(std::string_view path, rx_read_failure &failure) {
     return contents;
 }
 
+std::optional<std::string> rx_first_line(std::string_view path, std::string_view start) {
+    int file = ::open(std::string(path).c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) return std::nullopt;
+    std::string line;
+    size_t end = std::string::npos;
+    char block[1024];
+    while (end == std::string::npos) {
+        ssize_t got = ::read(file, block, sizeof block);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        size_t before = line.size();
+        line.append(block, static_cast<size_t>(got));
+        if (!line.starts_with(start)) break;
+        end = line.find('\n', before);
+    }
+    ::close(file);
+    if (!line.starts_with(start)) return std::string();
+    if (end != std::string::npos) line.resize(end);
+    if (line.ends_with('\r')) line.pop_back();
+    return line;
+}
+
 std::optional<int64_t> rx_file_time(std::string_view path) {
     struct stat status = {};
     if (::stat(std::string(path).c_str(), &status) != 0) return std::nullopt;

@@ -15,6 +15,10 @@ enum class rx_read_failure { none, open, read };
 /// The contents of a file; empty and a failure when it can't be opened or read. A directory can be opened but not read.
 std::string rx_read_file(std::string_view path, rx_read_failure &failure);
 
+/// The first line of a file that begins with `start`, without its line end; empty when it begins in another way (the
+/// rest isn't read then), nothing when the file can't be opened.
+std::optional<std::string> rx_first_line(std::string_view path, std::string_view start);
+
 /// Time of the last change in nanoseconds since 1970, or nothing when the file isn't there.
 std::optional<int64_t> rx_file_time(std::string_view path);
 
