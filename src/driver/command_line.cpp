@@ -1,5 +1,15 @@
-// The splitting of a command line into the script and the rest.
+// What the process's own command line tells: where the program lies, which script shall run, and the rest.
 #include "driver/run.h"
+#include "platform/files.h"
+#include "platform/paths.h"
+
+std::string rx_installation_directory(const std::string &invoked) {
+    size_t slash = invoked.rfind('/');
+    std::string home = slash == std::string::npos ? rx_find_home(invoked) : invoked.substr(0, slash + 1);
+    if (!home.empty() && rx_path_exists(home + "/vandra")) return home;
+    std::string file = rx_running_file();
+    return file.substr(0, file.rfind('/') + 1);
+}
 
 rx_split_line rx_split_command(std::string_view line) {
     rx_split_line split;

@@ -1,26 +1,12 @@
 // The process entry.
 #include "base/output.h"
+#include "driver/compile.h"
 #include "driver/run.h"
-#include "platform/files.h"
 #include "platform/paths.h"
 
 #include <cstdlib>
 
 namespace {
-
-std::string base_name(std::string_view path) {
-    size_t slash = path.rfind('/');
-    return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
-}
-
-/// The directory of the running file: where its name leads, else where the system says that it is.
-std::string installation_directory(const std::string &invoked, const std::string &name) {
-    size_t slash = invoked.rfind('/');
-    std::string home = slash == std::string::npos ? rx_find_home(name) : invoked.substr(0, slash + 1);
-    if (!home.empty() && rx_path_exists(home + "/vandra")) return home;
-    std::string file = rx_running_file();
-    return file.substr(0, file.rfind('/') + 1);
-}
 
 /// A script's name that holds blanks survives the splitting of the line when it is quoted.
 std::string command_line(int count, char **words) {
@@ -34,16 +20,13 @@ std::string command_line(int count, char **words) {
 
 int main(int argc, char **argv) {
     std::string invoked = rx_path_to_slashes(argc > 0 ? argv[0] : "vandra");
-    std::string name = base_name(invoked);
-    if (name.starts_with("vcmp")) {
-        rx_print_error("vcmp: compiled files aren't available in this build.");
-        return 1;
-    }
+    std::string home = rx_installation_directory(invoked);
+    if (rx_is_compile_tool(std::string_view(invoked).substr(invoked.rfind('/') + 1)))
+        rx_final_exit(rx_compile_main(argc, argv, home));
     if (argc < 2) {
         rx_print_error("\"vandra\" usage: vandra file-name");
         std::exit(-1);
     }
-    std::string home = installation_directory(invoked, name);
     if (home.empty()) {
         rx_print_error("\nVandra: unable to find the installation directory.\n");
         return 1;

@@ -40,6 +40,10 @@ inline std::vector<std::string> rx_command_words;
 /// The installation directory with a "/" at its end, for the run in force.
 inline rx_run_local<std::string> rx_home_directory;
 
+/// The directory of the running program: where the name leads by which it was called, else where the system says that it
+/// is. Empty when neither is known.
+std::string rx_installation_directory(const std::string &invoked);
+
 /// A command line cut at the end of its first word.
 struct rx_split_line {
     std::string script;

@@ -1,6 +1,7 @@
 #include "driver/source.h"
 
 #include "base/output.h"
+#include "compiled/compiled.h"
 #include "platform/directories.h"
 #include "platform/files.h"
 #include "platform/paths.h"
@@ -61,6 +62,7 @@ uint64_t rx_next_program_serial() {
 }
 
 rx_scan_result rx_scan_source(std::string &text, rx_arena &arena, bool apply_modes, bool &compiled) {
-    compiled = false;
-    return lex(text, arena, apply_modes);
+    rx_scan_result result;
+    compiled = rx_read_compiled(text, arena, apply_modes, result);
+    return compiled ? result : lex(text, arena, apply_modes);
 }

@@ -42,6 +42,7 @@ bool is_blank_operator(int previous, int following) {
 /// The symbols of one scan: every spelling is split into its parts once, and its record is shared by all tokens.
 struct symbol_set {
     rx_arena &arena;
+    bool fold;
     std::vector<rx_symbol *> slots = std::vector<rx_symbol *>(64);
     size_t count = 0;
     std::string folded{}; ///< kept for its buffer
@@ -62,7 +63,7 @@ struct symbol_set {
 
     rx_symbol *symbol_of(std::string_view written) {
         folded.assign(written);
-        rx_fold_case(folded.data(), folded.size());
+        if (fold) rx_fold_case(folded.data(), folded.size());
         uint64_t hash = rx_lookup_hash(folded);
         size_t at = find(folded, hash);
         if (slots[at]) return slots[at];
@@ -145,12 +146,12 @@ void rx_drop_blanks(rx_raw_tokens &tokens) {
     }
 }
 
-std::vector<rx_expr *> rx_finish_tokens(const rx_raw_tokens &tokens, rx_arena &arena) {
+std::vector<rx_expr *> rx_finish_tokens(const rx_raw_tokens &tokens, rx_arena &arena, bool fold) {
     size_t kept = 0;
     for (const rx_raw_token &token : tokens) kept += token.type != NOLEX;
     std::vector<rx_expr *> result;
     result.reserve(kept);
-    symbol_set symbols{arena};
+    symbol_set symbols{arena, fold};
     keyword_texts keywords{arena};
     for (const rx_raw_token &token : tokens) {
         if (token.type == NOLEX) continue;

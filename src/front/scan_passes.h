@@ -35,5 +35,6 @@ void rx_insert_abuttal(const rx_raw_tokens &in, rx_raw_tokens &out);
 /// First half of pass 3: turns every blank that is no operator into NOLEX.
 void rx_drop_blanks(rx_raw_tokens &tokens);
 
-/// Second half: folds and splits the symbols and makes the records that the grammar reads, without the NOLEX ones.
-std::vector<rx_expr *> rx_finish_tokens(const rx_raw_tokens &tokens, rx_arena &arena);
+/// Second half: folds (unless that is done already) and splits the symbols and makes the records that the grammar reads,
+/// without the NOLEX ones.
+std::vector<rx_expr *> rx_finish_tokens(const rx_raw_tokens &tokens, rx_arena &arena, bool fold = true);

@@ -299,8 +299,8 @@ struct rx_source_entry {
     size_t start = 0;  ///< offset of the segment in the program's source text
     size_t length = 0; ///< bytes of the segment
     std::string name;
-    int64_t mtime = 0;   ///< compared with the file when the program is used again
-    std::string routine; ///< the name by which a call loaded it; empty for the main source
+    int64_t mtime = 0;     ///< compared with the file when the program is used again
+    std::string routine{}; ///< the name by which a call loaded it; empty for the main source
 };
 
 /// A parsed program, kept between runs when the caller of run_rx wants it.

@@ -57,6 +57,34 @@ std::optional<std::string> rx_first_line(std::string_view path, std::string_view
     return line;
 }
 
+bool rx_new_file::create(std::string_view path, unsigned mode) {
+    path_ = path;
+    file_ = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+    return file_ >= 0;
+}
+
+bool rx_new_file::write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        ssize_t done = ::write(file_, bytes.data(), bytes.size());
+        if (done < 0 && errno == EINTR) continue;
+        if (done < 0) return false;
+        bytes.remove_prefix(static_cast<size_t>(done));
+    }
+    return true;
+}
+
+bool rx_new_file::close() {
+    if (file_ < 0) return true;
+    int file = file_;
+    file_ = -1;
+    return ::close(file) == 0;
+}
+
+void rx_new_file::discard() {
+    close();
+    ::unlink(path_.c_str());
+}
+
 std::optional<int64_t> rx_file_time(std::string_view path) {
     struct stat status = {};
     if (::stat(std::string(path).c_str(), &status) != 0) return std::nullopt;

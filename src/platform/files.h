@@ -19,6 +19,25 @@ std::string rx_read_file(std::string_view path, rx_read_failure &failure);
 /// rest isn't read then), nothing when the file can't be opened.
 std::optional<std::string> rx_first_line(std::string_view path, std::string_view start);
 
+/// A file that is written anew.
+struct rx_new_file {
+    /// Opens and empties the file, or makes it with these permissions (less what the process masks). False on failure.
+    bool create(std::string_view path, unsigned mode);
+    bool write(std::string_view bytes);
+    bool close();
+    /// Closes and deletes it.
+    void discard();
+
+    rx_new_file() = default;
+    rx_new_file(const rx_new_file &) = delete;
+    rx_new_file &operator=(const rx_new_file &) = delete;
+    ~rx_new_file() { close(); }
+
+private:
+    int file_ = -1;
+    std::string path_;
+};
+
 /// Time of the last change in nanoseconds since 1970, or nothing when the file isn't there.
 std::optional<int64_t> rx_file_time(std::string_view path);
 
