@@ -109,3 +109,8 @@ rx_value bu_lineout(const rx_expr *list);
 rx_value bu_lines(const rx_expr *list);
 rx_value bu_linesize(const rx_expr *list);
 rx_value bu_stream(const rx_expr *list);
+
+// Sort and patterns
+rx_value bu_rchange(const rx_expr *list);
+rx_value bu_regcomp(const rx_expr *list);
+rx_value bu_regexec(const rx_expr *list);

@@ -188,9 +188,9 @@ const rx_function_row bu_table[] = {
     {"windows_ne", bu_unavailable},
     {"xhome", bu_unavailable},
     // Sort and patterns
-    {"rchange", bu_unavailable},
-    {"regcomp", bu_unavailable},
-    {"regexec", bu_unavailable},
+    {"rchange", bu_rchange},
+    {"regcomp", bu_regcomp},
+    {"regexec", bu_regexec},
     {"sort", bu_unavailable},
     // Table panels
     {"tbadd", bu_unavailable},
