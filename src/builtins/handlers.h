@@ -114,3 +114,4 @@ rx_value bu_stream(const rx_expr *list);
 rx_value bu_rchange(const rx_expr *list);
 rx_value bu_regcomp(const rx_expr *list);
 rx_value bu_regexec(const rx_expr *list);
+rx_value bu_sort(const rx_expr *list);

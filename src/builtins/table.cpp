@@ -191,7 +191,7 @@ const rx_function_row bu_table[] = {
     {"rchange", bu_rchange},
     {"regcomp", bu_regcomp},
     {"regexec", bu_regexec},
-    {"sort", bu_unavailable},
+    {"sort", bu_sort},
     // Table panels
     {"tbadd", bu_unavailable},
     {"tbclose", bu_unavailable},
