@@ -76,7 +76,10 @@ void syntax_trap(int number, const std::string *extra) {
 void novalue(std::string_view name) {
     if (!armed(RX_NOVALUE)) return;
     std::string message = "\nvandra: variable \"";
-    message.append(name).append("\" (line ").append(rx_int_text(rx_own_line(**rx_program_now, rx_error.line) + 1LL)).append(") is uninitialized.\n\n");
+    message.append(name)
+        .append("\" (line ")
+        .append(rx_int_text(rx_own_line(**rx_program_now, rx_error.line) + 1LL))
+        .append(") is uninitialized.\n\n");
     rx_set_sigl(rx_error.line);
     int before = rx_settings->condition;
     rx_settings->condition = RX_NOVALUE;

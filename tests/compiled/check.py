@@ -10,6 +10,7 @@ must go on running.
 
 import os
 import shutil
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -183,6 +184,15 @@ def check_versions(place):
     check("compiled with start-up", run("late.vn", where=place), (41, report, b""))
 
 
+def empty(place):
+    """Takes away what a script has left in its directory."""
+    for entry in os.scandir(place):
+        if entry.is_dir(follow_symlinks=False):
+            shutil.rmtree(entry.path)
+        else:
+            os.remove(entry.path)
+
+
 def check_scripts(place):
     """Every test script without special wishes does the same when it is compiled."""
     compared = 0
@@ -196,10 +206,13 @@ def check_scripts(place):
                 continue
             if os.path.basename(folder) == "clock" or os.path.exists(os.path.join(folder, name[:-4] + ".d")):
                 continue
+            empty(place)
             write(place + "/" + name, source)
             plain = run(name, where=place)
             if plain[0] == 254:
                 continue  # it can't be scanned
+            empty(place)
+            write(place + "/" + name, source)
             code, output, errors = run("-o", "new", name, where=place, program=VCMP)
             if code == 0:
                 os.replace(place + "/new", place + "/" + name)
@@ -208,7 +221,6 @@ def check_scripts(place):
             else:
                 check(f"{folder}/{name}, which can't be parsed", (code, output, errors), plain)
             compared += 1
-            os.remove(place + "/" + name)
     check("enough scripts compared", compared > 50, True)
 
 
