@@ -7,7 +7,7 @@ Each NAME.vnd has a twin NAME.lua that does the same work and must print the sam
 processes, start-up included; `startup` shows how much that is. The benchmark `load` makes its scripts itself: straight
 programs of 10,000, 100,000 and 1,000,000 lines that end at their first one, so that the time is that of reading and
 parsing; the peak memory shown there is never less than that of this runner. `memory` is the peak memory of the
-one-line script.
+one-line script. `short` and `long` are the string functions, see functions.py.
 """
 
 import argparse
@@ -19,6 +19,8 @@ import subprocess
 import sys
 import tempfile
 import time
+
+import functions
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -163,12 +165,13 @@ def main():
     parser.add_argument("--runs", type=int, default=0, help="runs per median (each benchmark has its own default)")
     parser.add_argument("names", nargs="*")
     options = parser.parse_args()
-    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "memory"]
+    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "memory", "short", "long"]
     for name in options.names:
         if name not in known:
             parser.error(f"no benchmark {name}; there are {', '.join(known)}")
     wanted = options.names or known
-    print(f"{'':36}{'vandra':>13}{'lua5.4' if options.lua else '':>13}   ratio")
+    if set(wanted) - {"short", "long"}:
+        print(f"{'':36}{'vandra':>13}{'lua5.4' if options.lua else '':>13}   ratio")
     for name, title, limit, runs in BENCHMARKS:
         if name in wanted:
             run_pair(options, name, title, limit, runs)
@@ -176,6 +179,10 @@ def main():
         run_load(options)
     if "memory" in wanted:
         run_memory(options)
+    if "short" in wanted:
+        functions.run_short(options.vandra)
+    if "long" in wanted:
+        functions.run_long(options.vandra)
 
 
 if __name__ == "__main__":

@@ -131,7 +131,7 @@ rx_value bu_c2d(const rx_expr *list) {
     if (bytes.size() > 4) args.fail(0, "first argument maximum value is \"FFFFFFFF\".");
     uint64_t value = 0;
     for (char c : bytes) value = value << 8 | static_cast<unsigned char>(c);
-    return number_of_digits(args, value, args.size(1, BU_ROUNDED), args.given(1), 8);
+    return number_of_digits(args, value, args.size(1, BU_EXACT), args.given(1), 8);
 }
 
 /// c2o(string)
@@ -232,5 +232,5 @@ rx_value bu_x2d(const rx_expr *list) {
         value = value << 8 | static_cast<unsigned char>(c);
         if (value > 0xffffffff) args.fail(0, "first argument overflow.");
     }
-    return number_of_digits(args, value, args.size(1, BU_ROUNDED), args.given(1), 4);
+    return number_of_digits(args, value, args.size(1, BU_EXACT), args.given(1), 4);
 }

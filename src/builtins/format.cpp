@@ -1,7 +1,7 @@
 // TRUNC and FORMAT: they work on the text of a number, digit by digit, as the formatter of the NUMERIC settings gives
 // it. Rounding here is therefore decimal: half up, with a carry through the digits.
-#include "builtins/arguments.h"
 #include "builtins/handlers.h"
+#include "builtins/pieces.h"
 #include "platform/strings.h"
 
 #include <algorithm>
@@ -11,10 +11,17 @@
 
 namespace {
 
+/// The place of a number's exponent letter, or npos.
+size_t exponent_place(std::string_view text) {
+    auto letter = std::find_if(text.begin(), text.end(), [](char c) { return c == 'E' || c == 'e'; });
+    return letter == text.end() ? std::string_view::npos : static_cast<size_t>(letter - text.begin());
+}
+
 /// The text of a number taken apart.
 struct number_parts {
     bool negative = false;
-    std::string whole, fraction; ///< digits before and behind the point
+    std::string digits; ///< without the point
+    size_t point = 0;   ///< how many of them stand in front of the point
     bool has_exponent = false;
     int exponent = 0;
     bool plus = false;         ///< a positive exponent shows its sign
@@ -24,7 +31,7 @@ struct number_parts {
     explicit number_parts(std::string_view text) {
         negative = text.starts_with('-');
         if (negative) text.remove_prefix(1);
-        if (size_t e = text.find_first_of("Ee"); e != std::string_view::npos) {
+        if (size_t e = exponent_place(text); e != std::string_view::npos) {
             std::string power(text.substr(e + 1));
             exponent = std::atoi(power.c_str());
             has_exponent = exponent != 0;
@@ -32,51 +39,48 @@ struct number_parts {
             exponent_width = power.size() - (rx_is_digit(power[0]) ? 0 : 1);
             text = text.substr(0, e);
         }
-        size_t point = std::min(text.find('.'), text.size());
-        whole = text.substr(0, point);
-        fraction = text.substr(std::min(point + 1, text.size()));
+        point = std::min(text.find('.'), text.size());
+        digits = text.substr(0, point);
+        digits += bu_behind(text, point + 1);
     }
+
+    std::string_view whole() const { return std::string_view(digits).substr(0, point); }
+    std::string_view fraction() const { return std::string_view(digits).substr(point); }
 
     /// Writes the exponent out as zeros.
     void expand() {
         if (!has_exponent) return;
-        std::string digits = whole + fraction;
-        int point = static_cast<int>(whole.size()) + exponent;
-        if (point <= 0) {
-            digits.insert(0, static_cast<size_t>(1 - point), '0');
-            point = 1;
+        int places = static_cast<int>(point) + exponent;
+        if (places <= 0) {
+            digits.insert(0, static_cast<size_t>(1 - places), '0');
+            places = 1;
         }
-        size_t places = static_cast<size_t>(point);
-        if (digits.size() < places) digits.append(places - digits.size(), '0');
-        whole = digits.substr(0, places);
-        fraction = digits.substr(places);
+        point = static_cast<size_t>(places);
+        if (digits.size() < point) digits.resize(point, '0');
         has_exponent = false;
     }
 
-    /// Cuts or lengthens the fraction.
-    void cut(size_t places) { fraction.resize(places, '0'); }
-
-    /// Rounds the fraction to that many digits, half up.
+    /// Brings the fraction to that many digits, rounded half up.
     void round(size_t places) {
-        bool up = fraction.size() > places && fraction[places] >= '5';
-        cut(places);
+        size_t length = point + places;
+        bool up = digits.size() > length && digits[length] >= '5';
+        digits.resize(length, '0');
         if (!up) return;
-        std::string digits = whole + fraction;
-        size_t at = digits.size();
+        size_t at = length;
         while (at > 0 && digits[at - 1] == '9') digits[--at] = '0';
         if (at > 0) {
             digits[at - 1]++;
-        } else {
-            digits.insert(0, 1, '1');
-            if (has_exponent && rx_numeric->form == 0) {
-                // 9.99E+5 became 10.0E+5.
-                digits.pop_back();
-                exponent++;
-                has_exponent = exponent != 0;
-            }
+            return;
         }
-        whole = digits.substr(0, digits.size() - places);
-        fraction = digits.substr(digits.size() - places);
+        digits.insert(0, 1, '1');
+        if (has_exponent && rx_numeric->form == 0) {
+            // 9.99E+5 became 10.0E+5.
+            digits.pop_back();
+            exponent++;
+            has_exponent = exponent != 0;
+        } else {
+            point++;
+        }
     }
 
     std::string exponent_text() const {
@@ -85,8 +89,6 @@ struct number_parts {
         if (digits.size() < exponent_width) digits.insert(0, exponent_width - digits.size(), '0');
         return std::string(exponent < 0 ? "E-" : plus ? "E+" : "E") + digits;
     }
-
-    std::string unsigned_text() const { return whole + (fraction.empty() ? "" : ".") + fraction; }
 };
 
 /// The value with that many digits behind the point and an exponent.
@@ -119,8 +121,9 @@ rx_value bu_format(const rx_expr *list) {
 
     number_parts parts(text);
     if (!args.given(3) && args.given(4) && !parts.has_exponent &&
-        (parts.whole.size() > expt || parts.fraction.size() > 2 * expt)) {
-        int places = std::clamp(static_cast<int>(parts.unsigned_text().size()) - 2, 0, 15);
+        (parts.whole().size() > expt || parts.fraction().size() > 2 * expt)) {
+        size_t length = parts.digits.size() + (parts.fraction().empty() ? 0 : 1);
+        int places = std::clamp(static_cast<int>(length) - 2, 0, 15);
         bool negative = parts.negative;
         parts = in_exponents(std::fabs(number), places);
         parts.negative = negative;
@@ -140,13 +143,17 @@ rx_value bu_format(const rx_expr *list) {
             exponent = parts.exponent_text();
         }
     }
-    size_t places = parts.whole.size() + (parts.negative ? 1 : 0);
+    std::string_view whole = parts.whole(), fraction = parts.fraction();
+    size_t places = whole.size() + (parts.negative ? 1 : 0), point = fraction.empty() ? 0 : 1;
     if (args.given(1) && places > before) args.fail(1, "argument 2 too small.");
-    rx_value result = bu_string(before > places ? before - places : 0);
-    if (result.length) std::fill_n(rx_bytes(result), result.length, ' ');
-    if (parts.negative) bu_append(result, "-");
-    bu_append(result, parts.unsigned_text());
-    bu_append(result, exponent);
+    rx_value result = bu_string(std::max(before, places) + point + fraction.size() + exponent.size());
+    bu_writer out(result);
+    if (before > places) out.fill(before - places, ' ');
+    if (parts.negative) out.fill(1, '-');
+    out.put(whole);
+    out.fill(point, '.');
+    out.put(fraction);
+    out.put(exponent);
     return result;
 }
 
@@ -162,13 +169,18 @@ rx_value bu_trunc(const rx_expr *list) {
     double number = args.number(0, "argument 1 must be a whole number.");
     size_t places = args.size(1, BU_EXACT);
     if (places > bu_longest_result) rx_raise(5);
-    args.values[0].real = rx_round_digits(number, 9);
+    rx_value &rounded = args.values[0];
+    if (rounded.rounded == 0 || rounded.rounded > 9) rounded.real = rx_round_digits(number, 9);
     std::string_view text = args.text(0);
     if (!std::isfinite(number)) return rx_string(text);
     number_parts parts(text);
     parts.expand();
-    parts.cut(places);
-    rx_value result = rx_string(parts.negative ? "-" : "");
-    bu_append(result, parts.unsigned_text());
+    size_t sign = parts.negative ? 1 : 0, point = places ? 1 : 0;
+    rx_value result = bu_string(sign + parts.whole().size() + point + places);
+    bu_writer out(result);
+    out.fill(sign, '-');
+    out.put(parts.whole());
+    out.fill(point, '.');
+    out.put_in(parts.fraction(), places, '0');
     return result;
 }

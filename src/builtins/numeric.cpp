@@ -35,8 +35,8 @@ constexpr double random_modulus = 2147483647;
 
 void seed_random(double seed) {
     random_state = seed < 10000 ? seed * 13120 : seed;
-    // What the step can't multiply exactly is brought into its range first.
-    if (std::fabs(random_state) > 1e11) random_state = std::fmod(random_state, random_modulus);
+    // The products of still greater seeds are too coarse to leave much of them.
+    if (std::fabs(random_state) > 1e16) random_state = std::fmod(random_state, random_modulus);
 }
 
 /// The next whole number from 0 to `max`.

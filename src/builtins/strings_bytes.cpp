@@ -25,11 +25,14 @@ template <class Combine> rx_value combine(const rx_expr *list, Combine of) {
     return result;
 }
 
-/// The letters, digits and signs that make a word for UPPERW.
-bool is_word_byte(char c) {
-    return rx_is_letter(c) || rx_is_digit(c) ||
-           std::string_view("$_\xE2\xE9\xEE\xF4\xFB\xEA\xE8\xF9\xE7\xE0").find(c) != std::string_view::npos;
-}
+/// True for the letters, digits and signs that make a word for UPPERW.
+constexpr std::array<bool, 256> word_bytes = [] {
+    std::array<bool, 256> set{};
+    for (size_t c = 0; c < 128; c++) set[c] = rx_is_letter(static_cast<char>(c)) || rx_is_digit(static_cast<char>(c));
+    for (unsigned char c : {'$', '_', '\xE2', '\xE9', '\xEE', '\xF4', '\xFB', '\xEA', '\xE8', '\xF9', '\xE7', '\xE0'})
+        set[c] = true;
+    return set;
+}();
 
 } // namespace
 
@@ -86,20 +89,21 @@ rx_value bu_translate(const rx_expr *list) {
     args.expect(1, 4, 1, "up to 4 arguments allowed.");
     args.name = "SUBSTR";
     char pad = args.pad(3);
-    rx_value result = args.take_text(0);
-    char *bytes = rx_bytes(result);
     if (!args.given(1) && !args.given(2)) {
-        rx_upper(bytes, result.length);
+        rx_value result = args.take_text(0);
+        rx_upper(rx_bytes(result), result.length);
         return result;
     }
-    std::string_view output = args.text(1);
+    std::string_view text = args.text(0), output = args.text(1);
     std::array<char, 256> table;
     for (size_t i = 0; i < table.size(); i++) table[i] = static_cast<char>(i);
     std::string_view all(table.data(), table.size()), input = args.text_or(2, all);
     // From the end, so that the first of several equal input bytes stays in force.
     std::array<char, 256> map = table;
     for (size_t i = input.size(); i--;) map[static_cast<unsigned char>(input[i])] = i < output.size() ? output[i] : pad;
-    for (size_t i = 0; i < result.length; i++) bytes[i] = map[static_cast<unsigned char>(bytes[i])];
+    rx_value result = bu_string(text.size());
+    char *out = rx_bytes(result);
+    for (char c : text) *out++ = map[static_cast<unsigned char>(c)];
     return result;
 }
 
@@ -126,8 +130,11 @@ rx_value bu_upperw(const rx_expr *list) {
     rx_value result = args.take_text(0);
     char *bytes = rx_bytes(result);
     rx_lower(bytes, result.length);
-    for (size_t i = 0; i < result.length; i++)
-        if (i == 0 || !is_word_byte(bytes[i - 1])) rx_upper(bytes + i, 1);
+    bool inside = false;
+    for (size_t i = 0; i < result.length; i++) {
+        if (!inside) bytes[i] = rx_upper_byte(bytes[i]);
+        inside = word_bytes[static_cast<unsigned char>(bytes[i])];
+    }
     return result;
 }
 

@@ -5,7 +5,8 @@
 #include "platform/strings.h"
 
 #include <algorithm>
-#include <bitset>
+#include <array>
+#include <cstring>
 
 namespace {
 
@@ -18,10 +19,10 @@ rx_value position_of(std::string_view needle, std::string_view haystack, size_t 
     return bu_count(found == none ? 0 : found + 1);
 }
 
-/// The bytes that occur in a text.
-std::bitset<256> bytes_of(std::string_view text) {
-    std::bitset<256> set;
-    for (char c : text) set.set(static_cast<unsigned char>(c));
+/// True for each byte that occurs in a text.
+std::array<bool, 256> bytes_of(std::string_view text) {
+    std::array<bool, 256> set{};
+    for (char c : text) set[static_cast<unsigned char>(c)] = true;
     return set;
 }
 
@@ -66,20 +67,36 @@ struct changer {
     }
 
     rx_value run() const {
-        rx_value result = rx_string({});
-        size_t copied = 0, end = next_end(0, 0);
-        if (end != none) rx_reserve(result, std::min(source.size(), bu_longest_result));
+        size_t end = next_end(0, 0);
+        if (end == none) return rx_string(source);
+        rx_value result = bu_string(source.size()); // cut to its length at the end
+        size_t used = 0, copied = 0;
+        auto put = [&](std::string_view text) {
+            if (used + text.size() > bu_longest_result) rx_raise(5);
+            if (used + text.size() > result.length) rx_resize(result, (used + text.size()) * 3 / 2);
+            std::memcpy(rx_bytes(result) + used, text.data(), text.size());
+            used += text.size();
+        };
         while (end != none) {
-            bu_append(result, source.substr(copied, end - copied));
-            rx_resize(result, result.length - old.size());
-            bu_append(result, fill);
+            put(source.substr(copied, end - copied));
+            used -= old.size();
+            put(fill);
             copied = end;
             end = next_end(end, carried);
         }
-        bu_append(result, source.substr(copied));
+        put(source.substr(copied));
+        rx_resize(result, used);
         return result;
     }
 };
+
+/// The text with both bytes replaced by a third.
+rx_value exchange(std::string_view source, char one, char other, char by) {
+    rx_value result = bu_string(source.size());
+    char *out = rx_bytes(result);
+    for (size_t i = 0; i < source.size(); i++) out[i] = source[i] == one || source[i] == other ? by : source[i];
+    return result;
+}
 
 /// The new text before each byte and behind the last.
 rx_value spread(std::string_view source, std::string_view fill) {
@@ -119,6 +136,11 @@ rx_value bu_change(const rx_expr *list) {
     bool ignore_case = args.flag(3);
     std::string_view source = args.text(0), old = args.text(1), fill = args.text(2);
     if (old.empty()) return fill.empty() ? rx_string(source) : spread(source, fill);
+    if (old.size() == 1 && fill.size() == 1) {
+        char found = old[0], by = fill[0];
+        return ignore_case ? exchange(source, rx_lower_byte(found), rx_upper_byte(found), by)
+                           : exchange(source, found, found, by);
+    }
     if (!ignore_case) {
         changer change{source, fill, source, old, 0, {}};
         change.prepare(fill);
@@ -202,7 +224,7 @@ rx_value bu_verify(const rx_expr *list) {
         start = args.position(3, BU_ROUNDED);
     }
     std::string_view text = args.text(0);
-    std::bitset<256> reference = bytes_of(args.text(1));
+    std::array<bool, 256> reference = bytes_of(args.text(1));
     bool sought = option == 'm';
     for (size_t i = start - 1; i < text.size(); i++)
         if (reference[static_cast<unsigned char>(text[i])] == sought) return bu_count(i + 1);

@@ -213,8 +213,18 @@ rx_value bu_overlay(const rx_expr *list) {
 /// Example: reverse('abc') -> cba
 rx_value bu_reverse(const rx_expr *list) {
     bu_args args(list, "REVERSE", 1, 1, "must receive 1 argument.");
-    rx_value result = args.take_text(0);
-    std::reverse(rx_bytes(result), rx_bytes(result) + result.length);
+    std::string_view text = args.text(0);
+    rx_value result = bu_string(text.size());
+    char *out = rx_bytes(result);
+    size_t left = text.size();
+    for (; left >= sizeof(uint64_t); left -= sizeof(uint64_t)) {
+        uint64_t bytes;
+        std::memcpy(&bytes, text.data() + left - sizeof bytes, sizeof bytes);
+        bytes = __builtin_bswap64(bytes);
+        std::memcpy(out, &bytes, sizeof bytes);
+        out += sizeof bytes;
+    }
+    while (left) *out++ = text[--left];
     return result;
 }
 

@@ -10,6 +10,9 @@ namespace {
 
 constexpr size_t none = std::string_view::npos;
 
+/// Up to this length the bytes of a text are compared where they stand.
+constexpr size_t short_text = 128;
+
 size_t offset(std::string_view text, const void *found) {
     return found ? static_cast<size_t>(static_cast<const char *>(found) - text.data()) : none;
 }
@@ -18,14 +21,28 @@ size_t offset(std::string_view text, const void *found) {
 
 size_t bu_search(std::string_view haystack, std::string_view needle, size_t from) {
     if (from > haystack.size() || haystack.size() - from < needle.size()) return none;
-    const char *begin = haystack.data() + from;
-    size_t length = haystack.size() - from;
-    return offset(haystack, needle.size() == 1 ? std::memchr(begin, needle[0], length)
-                                               : memmem(begin, length, needle.data(), needle.size()));
+    const char *begin = haystack.data() + from, *end = haystack.data() + haystack.size();
+    const char *at = begin, *behind = end - needle.size() + 1; // where it can begin, and where no more
+    // The first byte leads to candidates. Only where many of them prove false the library's search for texts is worth
+    // its preparations, which take longer than most searches.
+    for (ptrdiff_t wrong = 0; wrong <= 4 + (at - begin) / 64; wrong++) {
+        at = static_cast<const char *>(std::memchr(at, needle[0], static_cast<size_t>(behind - at)));
+        if (!at) return none;
+        if (std::memcmp(at + 1, needle.data() + 1, needle.size() - 1) == 0) return offset(haystack, at);
+        if (++at == behind) return none;
+    }
+    return offset(haystack, memmem(at, static_cast<size_t>(end - at), needle.data(), needle.size()));
 }
 
 size_t bu_search_nocase(std::string_view haystack, std::string_view needle, size_t from) {
     if (from > haystack.size() || haystack.size() - from < needle.size()) return none;
+    if (haystack.size() - from <= short_text) {
+        char first = rx_lower_byte(needle[0]);
+        for (size_t at = from; at + needle.size() <= haystack.size(); at++)
+            if (rx_lower_byte(haystack[at]) == first && rx_equal_nocase(haystack.substr(at, needle.size()), needle))
+                return at;
+        return none;
+    }
     std::string pattern = rx_uppered(needle);
     // The haystack is folded piece by piece, so that a match near the beginning is found soon. Pieces overlap by all
     // but one byte of the needle.

@@ -1,8 +1,8 @@
 // Word functions. A word is a run of bytes that aren't blanks (a tab is no blank).
 //
-// Scripts like to walk through a text by WORD(text, i). For a long text the words found so far are kept, so that the
-// walk takes linear time: the next call goes on where the last one stopped. Whether the text is still the same is seen
-// by the variable that holds it, or else by comparing it with a copy.
+// Scripts like to walk through a text by WORD(text, i), or through two side by side. For the two long texts asked about
+// last the words found so far are kept, so that the walk takes linear time: the next call goes on where the last one
+// stopped. Whether a text is still the same is seen by the variable that holds it, or else by comparing it with a copy.
 #include "builtins/handlers.h"
 #include "builtins/pieces.h"
 #include "builtins/text_search.h"
@@ -14,29 +14,37 @@ namespace {
 
 constexpr size_t none = std::string_view::npos;
 
-/// The words of the long text that was asked about last. Lives as long as the process.
+/// The words of a long text.
 struct split_record {
     std::string text;
     std::vector<bu_span> words;  ///< found so far
     size_t next = 0;             ///< where the search goes on
     const rx_var *var = nullptr; ///< the variable that held the text; it still does while it is marked
 };
-split_record last_split;
+
+/// The two texts asked about last, the last one in front; they live as long as the process. No two records have the
+/// same variable.
+split_record splits[2];
 
 constexpr size_t shortest_kept = 256, longest_kept = size_t{1} << 26;
 
-/// Makes `last_split` the record of this text, keeping what is known when it is still the same. `var` is the variable
-/// that the text belongs to, or null.
+/// Makes the front record that of this text, keeping what is known when the text is still the same. `var` is the
+/// variable that the text belongs to, or null.
 void recall(std::string_view text, rx_var *var) {
-    split_record &last = last_split;
-    if (var && var == last.var && var->remembered) return;
-    if (text != last.text) {
-        last.text.assign(text);
-        last.words.clear();
-        last.next = 0;
+    auto &[front, other] = splits;
+    if (var && var->remembered) {
+        if (var == other.var) std::swap(front, other);
+        if (var == front.var) return;
+    }
+    if (text != front.text) std::swap(front, other);
+    if (text != front.text) {
+        front.text.assign(text);
+        front.words.clear();
+        front.next = 0;
     }
     if (var) var->remembered = true;
-    last.var = var;
+    if (var == other.var) other.var = nullptr;
+    front.var = var;
 }
 
 /// The words of a text, found as far as they are asked for.
@@ -57,11 +65,11 @@ struct word_list {
             while (--n && found.length) found = bu_word_from(text, found.end());
             return found;
         }
-        std::vector<bu_span> &words = last_split.words;
+        std::vector<bu_span> &words = splits[0].words;
         while (words.size() < n) {
-            bu_span found = bu_word_from(text, last_split.next);
+            bu_span found = bu_word_from(text, splits[0].next);
             if (!found.length) return found;
-            last_split.next = found.end();
+            splits[0].next = found.end();
             words.push_back(found);
         }
         return words[n - 1];
@@ -70,7 +78,7 @@ struct word_list {
     size_t count() const {
         if (kept) {
             word(none);
-            return last_split.words.size();
+            return splits[0].words.size();
         }
         size_t result = 0;
         for (bu_span each = bu_word_from(text, 0); each.length; each = bu_word_from(text, each.end())) result++;
@@ -82,7 +90,7 @@ struct word_list {
         bu_span last = first;
         for (size_t i = 1; i < length; i++) {
             bu_span following =
-                kept && n + i <= last_split.words.size() ? last_split.words[n + i - 1] : bu_word_from(text, last.end());
+                kept && n + i <= splits[0].words.size() ? splits[0].words[n + i - 1] : bu_word_from(text, last.end());
             if (!following.length) break;
             last = following;
         }
@@ -104,8 +112,27 @@ std::string blanks_around(std::string_view text, size_t from) {
     return result += ' ';
 }
 
+/// True when the words of the phrase from `sought` on are those of the text from `word` on.
+bool has_phrase(std::string_view text, bu_span word, std::string_view phrase, bu_span sought) {
+    while (text.substr(word.start, word.length) == phrase.substr(sought.start, sought.length)) {
+        sought = bu_word_from(phrase, sought.end());
+        if (!sought.length) return true;
+        word = bu_word_from(text, word.end());
+    }
+    return false;
+}
+
 /// FIND and WORDPOS: the number of the word of `text` at which the words of `phrase` begin, or 0.
 size_t find_phrase(std::string_view phrase, std::string_view text, size_t start) {
+    if (text.size() < shortest_kept) {
+        bu_span sought = bu_word_from(phrase, 0), word = bu_word_from(text, 0);
+        for (size_t n = 1; sought.length && word.length; n++) {
+            if (n >= start && has_phrase(text, word, phrase, sought)) return n;
+            word = bu_word_from(text, word.end());
+        }
+        return 0;
+    }
+    // In a long text trying each word could take very long; this takes linear time.
     std::string sought = blanks_around(phrase, 1), words = blanks_around(text, start);
     size_t found = sought.size() == 1 ? none : bu_search(words, sought, 0);
     if (found == none) return 0;
@@ -127,8 +154,8 @@ bu_span word_argument(bu_args &args) {
 /// Example: delword('now is the  time', 2, 2) -> now time
 rx_value bu_delword(const rx_expr *list) {
     bu_args args(list, "DELWORD", 2, 3, "must receive 2 or 3 arguments.");
-    size_t n = args.position(1, BU_CAPPED | BU_INTEGER);
-    size_t length = args.size(2, BU_CAPPED | BU_INTEGER, none);
+    size_t n = args.position(1, BU_ROUNDED | BU_INTEGER);
+    size_t length = args.size(2, BU_EXACT | BU_INTEGER, none);
     word_list words(args);
     std::string_view text = words.text;
     bu_span first = words.word(n);
@@ -155,7 +182,7 @@ rx_value bu_find(const rx_expr *list) {
 rx_value bu_subword(const rx_expr *list) {
     bu_args args(list, "SUBWORD", 2, 3, "must receive 2 to 3 arguments.");
     size_t n = args.position(1, BU_ROUNDED);
-    size_t length = args.size(2, BU_ROUNDED, none);
+    size_t length = args.size(2, BU_EXACT, none);
     word_list words(args);
     std::string_view text = words.text;
     bu_span first = words.word(n);
@@ -203,7 +230,7 @@ rx_value bu_wordlength(const rx_expr *list) {
 /// Example: wordpos('be', 'to be or not to be', 3) -> 6
 rx_value bu_wordpos(const rx_expr *list) {
     bu_args args(list, "WORDPOS", 2, 3, "must receive 2 or 3 arguments.");
-    size_t start = args.position(2, BU_ROUNDED);
+    size_t start = args.position(2, BU_EXACT);
     return bu_count(find_phrase(args.text(0), args.text(1), start));
 }
 

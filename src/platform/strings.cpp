@@ -30,13 +30,8 @@ std::string rx_uppered(std::string_view text) {
 
 bool rx_equal_nocase(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); i++) {
-        char x = a[i], y = b[i];
-        rx_lower(&x, 1);
-        rx_lower(&y, 1);
-        if (x != y) return false;
-    }
-    return true;
+    return std::equal(a.begin(), a.end(), b.begin(),
+                      [](char x, char y) { return rx_lower_byte(x) == rx_lower_byte(y); });
 }
 
 std::vector<std::string_view> rx_split_words(std::string_view text) {

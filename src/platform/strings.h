@@ -5,6 +5,14 @@
 #include <string_view>
 #include <vector>
 
+/// One byte folded, when it is an ASCII letter.
+inline char rx_lower_byte(char c) {
+    return static_cast<char>(c + (c >= 'A' && c <= 'Z' ? 32 : 0));
+}
+inline char rx_upper_byte(char c) {
+    return static_cast<char>(c - (c >= 'a' && c <= 'z' ? 32 : 0));
+}
+
 /// Fold ASCII letters in place.
 void rx_lower(char *text, size_t length);
 void rx_upper(char *text, size_t length);
@@ -22,10 +30,10 @@ std::vector<std::string_view> rx_split_words(std::string_view text);
 /// The pieces between separators, empty ones kept: n separators give n + 1 pieces.
 std::vector<std::string_view> rx_split_at(std::string_view text, char separator);
 
-inline bool rx_is_digit(char c) {
+constexpr bool rx_is_digit(char c) {
     return c >= '0' && c <= '9';
 }
-inline bool rx_is_letter(char c) {
+constexpr bool rx_is_letter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
