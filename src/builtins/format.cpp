@@ -158,7 +158,7 @@ rx_value bu_format(const rx_expr *list) {
 }
 
 /// trunc(number, [n])
-/// The number with n digits behind the point (0): the rest is cut off, not rounded.
+/// The number, rounded to 9 digits in all, with n digits behind the point (0): the rest is cut off, not rounded.
 /// Result: string
 /// Errors: 40 for a wrong count, a text that is no number, an n that isn't whole and 0 or more
 /// Example: trunc(127.09782, 3) -> 127.097

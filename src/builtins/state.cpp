@@ -180,7 +180,7 @@ rx_value bu_sourceline(const rx_expr *list) {
 }
 
 /// symbol(name)
-/// "BAD" when the text is no symbol, "VAR" for one that has a value, "LIT" for any other and for a number.
+/// "VAR" when the text names a variable that has a value, "LIT" for any other symbol and for a number, else "BAD".
 /// Result: string
 /// Errors: 40 for a wrong count
 /// Example: symbol('a b') -> BAD

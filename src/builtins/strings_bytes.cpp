@@ -120,8 +120,8 @@ rx_value bu_upper(const rx_expr *list) {
 }
 
 /// upperw(string)
-/// The text in lower case with the first letter of each word as a capital. Words are made of letters, digits, "$" and
-/// "_".
+/// The text in lower case with the first letter of each word as a capital. Words are made of letters, digits, "$", "_"
+/// and ten accented letters of Latin-1, which aren't folded themselves.
 /// Result: string
 /// Errors: 40 for a wrong count
 /// Example: upperw('the QUICK fox') -> The Quick Fox
