@@ -21,6 +21,9 @@ import tempfile
 import time
 
 import functions
+# The file that `lines` and `execio` read, made when one of them runs and named by the environment.
+LINES_FILE = "LINES_FILE"
+FILE_LINES = 1_000_000
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -33,6 +36,8 @@ BENCHMARKS = [
     ("tails", "string tails", 4, 5),
     ("build", "string building by ||", 1, 5),
     ("calls", "nested calls with arguments", 4, 5),
+    ("lines", "LINES and LINEIN, a million lines", 2, 5),
+    ("execio", "EXECIO DISKR, a million lines", 3, 5),
     ("startup", "start-up of a one-line script", 1, 101),
 ]
 LOAD_LINES = [10_000, 100_000, 1_000_000]
@@ -108,6 +113,11 @@ def run_pair(options, name, title, limit, runs):
     row(title, median(ours, runs), median(theirs, runs) if theirs else None, limit)
 
 
+def make_lines(path):
+    with open(path, "w", encoding="ascii") as file:
+        file.writelines(f"{i} of the lines of a file that isn't read for its contents\n" for i in range(FILE_LINES))
+
+
 def run_load(options):
     with tempfile.TemporaryDirectory() as place:
         for lines in LOAD_LINES:
@@ -175,6 +185,14 @@ def main():
     for name, title, limit, runs in BENCHMARKS:
         if name in wanted:
             run_pair(options, name, title, limit, runs)
+    print(f"{'':36}{'vandra':>13}{'lua5.4' if options.lua else '':>13}   ratio")
+    with tempfile.TemporaryDirectory() as place:
+        os.environ[LINES_FILE] = os.path.join(place, "lines.txt")
+        if "lines" in wanted or "execio" in wanted:
+            make_lines(os.environ[LINES_FILE])
+        for name, title, limit, runs in BENCHMARKS:
+            if name in wanted:
+                run_pair(options, name, title, limit, runs)
     if "load" in wanted:
         run_load(options)
     if "memory" in wanted:

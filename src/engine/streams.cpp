@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr uint64_t trusted_time = 1'000'000; // nanoseconds
 constexpr size_t smallest_window = 4096;
 constexpr size_t largest_window = 1 << 18;
 constexpr uint64_t smallest_unsized = 1 << 16;  ///< read at least, since some files don't tell their size
@@ -52,10 +51,10 @@ void forget_window(rx_stream &stream) {
 /// Takes a fresh status over; the window may be older.
 bool look(rx_stream &stream) {
     if (!rx_status_of(stream.file, stream.status)) return false;
+    if (stream.checked_changes != rx_world_changes) stream.is_console.reset();
     stream.checked_at = rx_tick();
     stream.checked_changes = rx_world_changes;
     stream.checked_console = rx_console_writes;
-    stream.is_console.reset();
     forget_window(stream);
     return true;
 }
@@ -131,7 +130,8 @@ void rx_stream_close(rx_stream *stream) {
 }
 
 bool rx_stream_is_fresh(rx_stream &stream) {
-    if (stream.checked_changes != rx_world_changes || rx_tick() - stream.checked_at >= trusted_time) return false;
+    if (stream.checked_changes != rx_world_changes || rx_tick() - stream.checked_at >= rx_ticks_of_a_moment)
+        return false;
     if (stream.checked_console == rx_console_writes) return true;
     if (!stream.is_console) stream.is_console = rx_is_console_file(stream.status);
     return !*stream.is_console;

@@ -15,7 +15,7 @@
 //
 // `position` is the byte at which the character functions go on. Line functions set it behind what they read or wrote.
 //
-// The system is not asked at every use. A row trusts what it knows for a millisecond, and as long as this process
+// The system is not asked at every use. A row trusts what it knows for less than a millisecond, and as long as this process
 // gave nobody else the chance to act (platform/world.h) and wrote nothing to the same file in another way. The same
 // holds for the window, a piece of the file that was read ahead. What is written goes to the file at once.
 //

@@ -12,11 +12,13 @@ rx_instant rx_clock_now() {
     return {now.tv_sec, now.tv_nsec / 1000};
 }
 
+#ifndef __x86_64__
 uint64_t rx_tick() {
     timespec now = {};
     ::clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<uint64_t>(now.tv_sec) * 1000000000 + static_cast<uint64_t>(now.tv_nsec);
 }
+#endif
 
 rx_local_time rx_local_time_of(long long seconds) {
     // A script may have changed the time zone in the environment.

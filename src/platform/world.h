@@ -2,7 +2,7 @@
 //
 // Whoever remembers something that other processes can change (the size of a file, the bytes read from it) would have
 // to ask the system at each use. Instead it asks again when this process has given others the chance to act on purpose,
-// or when a short time has passed. The counters below say the first, rx_tick the second.
+// or when a short time has passed. The counters below say the first, rx_tick (platform/clock.h) the second.
 #pragma once
 
 #include <cstdint>
