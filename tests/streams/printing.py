@@ -124,7 +124,9 @@ class Office:
             file.write("trace o\n" + text)
         environment = {**os.environ, "CUPS_SERVER": server or self.place + "/socket", "HOME": self.place}
         done = subprocess.run([VANDRA, path], capture_output=True, timeout=TIME_LIMIT, env=environment, cwd=self.place)
-        return done.stdout.decode("latin-1"), done.stderr.decode("latin-1")
+        # The sanitizer speaks of the interpreter's own stack.
+        errors = [line for line in done.stderr.decode("latin-1").splitlines() if "makecontext/swapcontext" not in line]
+        return done.stdout.decode("latin-1"), "\n".join(errors)
 
     def printed(self, text, expected, output="0\n"):
         """Runs a script and waits for what it prints."""
@@ -171,7 +173,7 @@ def main():
             out, err = office.run("'execio 1 print paper (string x'; say rc", server=place + "/nobody")
             assert (out, err) == ("29\n", ""), (out, err)
             out, err = office.run("'execio 1 print * (string x'; say rc", server=place + "/nobody")
-            assert (out, err) == ("101\n", "EXECIO: there is no default printer.\n"), (out, err)
+            assert (out, err) == ("101\n", "EXECIO: there is no default printer."), (out, err)
         finally:
             daemon.terminate()
             daemon.wait(timeout=20)

@@ -25,8 +25,8 @@ class Terminal:
             file.write(text)
         self.master, self.slave = pty.openpty()
         self.shown = b""
-        self.process = subprocess.Popen([VANDRA, "case.vnd"], stdin=self.slave, stdout=self.slave, stderr=self.slave,
-                                        start_new_session=True)
+        self.process = subprocess.Popen([VANDRA, "case.vnd"], stdin=self.slave, stdout=self.slave,
+                                        stderr=subprocess.DEVNULL, start_new_session=True)
 
     def type(self, keys):
         os.write(self.master, keys)
