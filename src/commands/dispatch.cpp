@@ -3,6 +3,7 @@
 #include "base/modes.h"
 #include "base/output.h"
 #include "commands/execio.h"
+#include "commands/globalv.h"
 #include "commands/queue.h"
 #include "platform/strings.h"
 
@@ -24,18 +25,11 @@ struct command_row {
     int (*run)(std::string_view rest); ///< gets what follows the name
 };
 
-constexpr int not_in_this_build = -3;
-
-int missing(const char *name) {
-    rx_print_error("Vandra: the " + std::string(name) + " command is not available in this build.");
-    return not_in_this_build;
-}
-
 const command_row rows[] = {
     {"execio", match::blank, [](std::string_view rest) { return rx_execio(rest.substr(1)); }},
     {"makebuf", match::word, [](std::string_view) { return rx_makebuf(); }},
     {"dropbuf", match::word, [](std::string_view rest) { return rx_dropbuf(rest); }},
-    {"globalv", match::word, [](std::string_view) { return missing("GLOBALV"); }},
+    {"globalv", match::word, rx_globalv},
     {"desbuf", match::whole,
      [](std::string_view) {
          rx_desbuf();

@@ -3,6 +3,7 @@
 #include "base/output.h"
 #include "builtins/hooks.h"
 #include "commands/execio.h"
+#include "commands/globalv_store.h"
 #include "driver/install.h"
 #include "driver/source.h"
 #include "engine/host.h"
@@ -148,6 +149,16 @@ int load_program(rx_program &program, const std::string &script, const std::stri
     return 0;
 }
 
+/// Whether GLOBALV answers is settled by the first run of the process; unless it doesn't, its store is set up then.
+void settle_globalv() {
+    static std::optional<rx_globalv_mode> settled;
+    if (!settled) {
+        settled = rx_modes->globalv_mode;
+        if (settled != RX_NOGLOBALV) rx_globalv_start();
+    }
+    rx_modes->globalv_mode = *settled;
+}
+
 /// Walks the main chain; all ways out of a run end here.
 int run_main_chain(const rx_program &program) {
     rx_push_level();
@@ -185,6 +196,7 @@ int run_script(const run_request &request) {
             return code;
         }
     }
+    settle_globalv();
     *rx_program_now = program.get();
     int code = run_main_chain(*program);
     if (program->spoiled) program.reset();

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <limits>
 #include <memory>
 #include <spawn.h>
 #include <sys/stat.h>
@@ -190,6 +191,15 @@ bool rx_process_ended(size_t index, bool wait, int &code) {
 bool rx_is_program(const std::string &path) {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;
+}
+
+long rx_process_number() {
+    return ::getpid();
+}
+
+bool rx_process_exists(long number) {
+    if (number <= 0 || number > std::numeric_limits<pid_t>::max()) return false;
+    return ::kill(static_cast<pid_t>(number), 0) == 0 || errno != ESRCH;
 }
 
 // ---- pipes ----------------------------------------------------------------------------------------------------------

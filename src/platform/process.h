@@ -38,6 +38,12 @@ bool rx_process_ended(size_t index, bool wait, int &code);
 /// True for a file that can be run: regular, with the permission to execute it.
 bool rx_is_program(const std::string &path);
 
+/// The number of this process.
+long rx_process_number();
+
+/// True when a process of that number exists, whoever owns it.
+bool rx_process_exists(long number);
+
 /// A pipe for a child's output.
 struct rx_pipe {
     int read_end = -1;

@@ -1,0 +1,136 @@
+#include "platform/locked_file.h"
+
+#include "platform/files.h"
+
+#include <cerrno>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int lock_attempts = 300;
+constexpr timespec lock_pause{0, 10 * 1000 * 1000};
+constexpr off_t locked_bytes = 2147483647;
+
+/// A descriptor, closed at its end and the lock with it.
+struct open_file {
+    int descriptor = -1;
+    struct stat status = {};
+
+    ~open_file() { close(); }
+    open_file() = default;
+    open_file(const open_file &) = delete;
+    open_file &operator=(const open_file &) = delete;
+
+    void close() {
+        if (descriptor >= 0) ::close(descriptor);
+        descriptor = -1;
+    }
+
+    /// Opens a regular file; never waits for the other end of anything else.
+    rx_file_result open(const std::string &path, int flags, unsigned mode = 0) {
+        close();
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, mode);
+        if (descriptor < 0) {
+            bool absent = errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG;
+            return absent ? rx_file_result::absent : rx_file_result::failed;
+        }
+        if (::fstat(descriptor, &status) != 0) return rx_file_result::failed;
+        return S_ISREG(status.st_mode) ? rx_file_result::done : rx_file_result::absent;
+    }
+
+    /// One attempt to lock.
+    rx_file_result lock(short kind) const {
+        struct flock range = {};
+        range.l_type = kind;
+        range.l_whence = SEEK_SET;
+        range.l_len = locked_bytes;
+        if (::fcntl(descriptor, F_OFD_SETLK, &range) == 0) return rx_file_result::done;
+        bool busy = errno == EAGAIN || errno == EACCES || errno == EINTR;
+        return busy ? rx_file_result::busy : rx_file_result::failed;
+    }
+
+    /// True while the path still leads to this file.
+    bool is_at(const std::string &path) const {
+        struct stat now = {};
+        return ::stat(path.c_str(), &now) == 0 && now.st_ino == status.st_ino && now.st_dev == status.st_dev;
+    }
+
+    bool write(std::string_view bytes) const {
+        while (!bytes.empty()) {
+            ssize_t done = ::write(descriptor, bytes.data(), bytes.size());
+            if (done < 0 && errno == EINTR) continue;
+            if (done <= 0) return false;
+            bytes.remove_prefix(static_cast<size_t>(done));
+        }
+        return true;
+    }
+};
+
+/// Opens a file for a change and locks it, however often it is replaced or deleted meanwhile.
+rx_file_result open_for_change(open_file &file, const std::string &path, int flags, unsigned mode = 0) {
+    rx_file_result result = file.open(path, O_WRONLY | flags, mode);
+    for (int attempt = 0; result == rx_file_result::done; attempt++) {
+        result = file.lock(F_WRLCK);
+        if (result == rx_file_result::done) {
+            if (file.is_at(path)) return result;
+            result = file.open(path, O_WRONLY | flags, mode);
+        } else if (result == rx_file_result::busy && attempt < lock_attempts) {
+            ::nanosleep(&lock_pause, nullptr);
+            result = rx_file_result::done;
+        }
+    }
+    return result;
+}
+
+bool put_together(const std::string &draft, std::string_view bytes, unsigned mode) {
+    open_file file;
+    bool written = file.open(draft, O_WRONLY | O_CREAT | O_TRUNC, mode) == rx_file_result::done && file.write(bytes);
+    if (!written && file.descriptor >= 0) ::unlink(draft.c_str());
+    return written;
+}
+
+} // namespace
+
+rx_file_result rx_read_locked(const std::string &path, std::string &bytes) {
+    bytes.clear();
+    open_file file;
+    rx_file_result result = file.open(path, O_RDONLY);
+    if (result != rx_file_result::done) return result;
+    for (int attempt = 0; (result = file.lock(F_RDLCK)) == rx_file_result::busy && attempt < lock_attempts; attempt++)
+        ::nanosleep(&lock_pause, nullptr);
+    if (result != rx_file_result::done) return result;
+    // Only now its size can't change any more.
+    if (::fstat(file.descriptor, &file.status) != 0) return rx_file_result::failed;
+    bytes.resize(static_cast<size_t>(file.status.st_size));
+    for (size_t at = 0; at < bytes.size();) {
+        ssize_t got = ::read(file.descriptor, bytes.data() + at, bytes.size() - at);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return rx_file_result::failed;
+        at += static_cast<size_t>(got);
+    }
+    return rx_file_result::done;
+}
+
+rx_file_result rx_write_locked(const std::string &path, const std::string &draft, std::string_view bytes,
+                               unsigned mode) {
+    open_file file;
+    rx_file_result result = open_for_change(file, path, O_CREAT, mode);
+    if (result == rx_file_result::absent) return rx_file_result::failed;
+    if (result != rx_file_result::done) return result;
+    if (put_together(draft, bytes, mode)) {
+        if (::rename(draft.c_str(), path.c_str()) == 0) return rx_file_result::done;
+        ::unlink(draft.c_str());
+    }
+    bool written = ::ftruncate(file.descriptor, 0) == 0 && file.write(bytes);
+    return written ? rx_file_result::done : rx_file_result::failed;
+}
+
+rx_file_result rx_remove_locked(const std::string &path) {
+    open_file file;
+    rx_file_result result = open_for_change(file, path, 0);
+    if (result != rx_file_result::done) return result;
+    return ::unlink(path.c_str()) == 0 || errno == ENOENT ? rx_file_result::done : rx_file_result::failed;
+}
