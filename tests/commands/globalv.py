@@ -44,7 +44,7 @@ class Place:
         with open(path, "w", encoding="latin-1") as file:
             file.write("trace off\n" + text)
         return subprocess.Popen([self.vandra, path], cwd=self.home, env={**self.environment, **extra},
-                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                                stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
     def run(self, name, text, **extra):
         return self.start(name, text, **extra).communicate(timeout=120)[0].decode("latin-1")
@@ -97,7 +97,7 @@ whole:
 
 
 def storm(place, seconds):
-    keeper = place.start("keeper.vnd", "'globalv set one 1'\nsay 'ready'\nparse pull\n'sleep " + str(seconds + 60) + "'\n")
+    keeper = place.start("keeper.vnd", "'globalv set one 1'\nsay 'ready'\nparse pull\n")
     keeper.stdout.readline()
     storage = place.storages()[0]
     shared = {"vandra_STORAGE_GL": os.path.join(place.base, storage), "vandra_GL_INI_IS_DONE": "1"}
@@ -149,7 +149,7 @@ def locks(place):
         failures.append(f"the lock was waited for {spent} seconds")
     setting = place.start("set.vnd", "'globalv setp held new'; say rc\n", vandra_GL_INI_IS_DONE="1")
     check("setp while it is locked", setting.communicate(timeout=30)[0], b"1505000\n")
-    held = place.start("both.vnd", "'globalv set held mine'; say rc\nparse pull\n'sleep 1'\n'globalv get held'\n"
+    held = place.start("both.vnd", "'globalv set held mine'; say rc\nparse pull\n'globalv get held'\n"
                                    "say rc held; 'globalv purge'; say rc\n", vandra_GL_INI_IS_DONE="1")
     check("set", held.stdout.readline(), b"0\n")
     mine = lock(os.path.join(place.base, f"storage.{held.pid}", GROUP, "48454c44"))
@@ -182,7 +182,7 @@ def storages(place):
     os.symlink(place.home, os.path.join(place.base, names[1], "link"))
     check("after a run", (place.run("nothing.vnd", "say 'ran'\n"), place.storages()), ("ran\n", sorted(names[2:])))
     check("what a link led to", os.path.isdir(place.home), True)
-    living = place.start("living.vnd", "'globalv set x 1'\nsay 'ready'\n'sleep 60'\n")
+    living = place.start("living.vnd", "'globalv set x 1'\nsay 'ready'\nparse pull\n")
     living.stdout.readline()
     own = f"storage.{living.pid}"
     place.run("nothing.vnd", "say 'ran'\n")
