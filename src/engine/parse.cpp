@@ -5,8 +5,8 @@
 // word of the text in front of it. A relative position counts from the place of the last cut, which for a pattern is
 // where it was found, not where the text goes on behind it.
 #include "engine/clauses.h"
-#include "engine/parse_template.h"
 #include "engine/trace.h"
+#include "front/template.h"
 #include "platform/paths.h"
 #include "platform/strings.h"
 
@@ -24,16 +24,17 @@ using step = rx_template_step;
 
 // ---- the template ---------------------------------------------------------------------------------------------------
 
-/// Reads the template at the clause's first run and keeps its items with the program. Those of an interpreted text,
-/// whose tree goes away with it, are put in `own`.
-const rx_template_item *read_items(const rx_parse_clause &clause, std::vector<rx_template_item> &own) {
-    rx_read_template(clause.template_, own);
-    if (rx_walk->interpret_depth || rx_walk->interactive) return own.data();
-    auto *kept =
-        static_cast<rx_template_item *>((*rx_program_now)->arena.allocate(own.size() * sizeof(rx_template_item)));
-    std::uninitialized_copy(own.begin(), own.end(), kept);
-    clause.compiled = kept;
-    return kept;
+/// Notes the entry of a variable if its symbol knows it.
+void note_entry(const rx_template &made, rx_template_item &item) {
+    bool known = item.step == step::variable && item.symbol->serial == made.serial;
+    item.var = known ? item.symbol->var : nullptr;
+}
+
+/// Notes the entries of all variables. A walk that does more for each field than to store it (TRACE, UPPER) is `watched`
+/// and goes without them.
+[[gnu::noinline]] void find_entries(rx_template &made, bool watched) {
+    made.serial = watched ? 0 : rx_scope->serial;
+    for (rx_template_item *item = made.items; item->step != step::end; item++) note_entry(made, *item);
 }
 
 // ---- the text -------------------------------------------------------------------------------------------------------
@@ -43,7 +44,7 @@ std::string word_or_quotes(std::string_view text) {
 }
 
 /// The line of PARSE SOURCE: system, call type, and the parts of the program's path.
-std::string source_line() {
+[[gnu::noinline]] std::string source_line() {
     std::string path = rx_path_to_slashes((*rx_program_now)->entries[0].name);
     std::string_view name = path, directory, type;
     if (size_t slash = name.rfind('/'); slash != std::string_view::npos) {
@@ -59,14 +60,16 @@ std::string source_line() {
     return "WINDOWS COMMAND " + base + " " + word_or_quotes(type) + " " + word_or_quotes(directory) + " " + base;
 }
 
-std::string numeric_line() {
+[[gnu::noinline]] std::string numeric_line() {
     return rx_int_text(rx_numeric->digits) + " " + rx_int_text(rx_numeric->fuzz) +
            (rx_numeric->form == 0 ? " SCIENTIFIC" : " ENGINEERING");
 }
 
-/// The text that is taken apart. It stays as it is while the template assigns variables, its own one among them.
+/// The text that is taken apart. It stays as it is while the template assigns variables, its own one among them: a long
+/// text of a variable is used where it stands, and pinned before anything could happen to it.
 struct parsed_text {
     std::string_view text;
+    rx_var *owner = nullptr; ///< the variable whose buffer holds the text
 
     parsed_text(const rx_parse_clause &clause, int level) {
         switch (clause.source) {
@@ -78,7 +81,7 @@ struct parsed_text {
             take(do_exec(clause.operand, level));
             rx_trace_result(level, text);
             break;
-        case PARSE_VAR: lend(clause.operand); break;
+        case PARSE_VAR: lend(*clause.operand); break;
         case PARSE_VERSION: text = version; break;
         case PARSE_NUMERIC: take(rx_string(numeric_line())); break;
         }
@@ -90,27 +93,39 @@ struct parsed_text {
         argument_++;
     }
 
-    /// To be called when variables were assigned: the text may have moved.
+    /// To be called before anything is done by which the owner may lose the text.
+    void hold() {
+        if (owner && !pin_) pin_.emplace(*owner);
+    }
+
+    /// To be called behind that: the text may have moved.
     void settle() {
         if (pin_ && !pin_->untouched()) text = pin_->value().text();
     }
 
-    /// Gives up the claim on the variable that holds the text: its last use may overwrite it where it stands.
+    /// Gives up the claim on the owner: its last use may overwrite the text where it stands.
     void let_go() {
+        owner = nullptr;
         if (pin_ && pin_->untouched()) pin_.reset();
     }
 
 private:
-    void take(rx_value &&value) {
+    [[gnu::noinline]] void take(rx_value &&value) {
         value_ = std::move(value);
         text = rx_arg_text(value_, buffer_);
     }
 
-    void lend(const rx_expr *name) {
-        rx_error.line = name->line;
-        rx_error.column = name->column;
-        const rx_symbol &symbol = *name->symbol;
-        if (rx_var_cached(symbol) && !symbol.environment) return lend(*symbol.var);
+    [[gnu::always_inline]] void lend(const rx_expr &name) {
+        rx_error.line = name.line;
+        rx_error.column = name.column;
+        const rx_symbol &symbol = *name.symbol;
+        if (rx_var_cached(symbol) && !symbol.environment) [[likely]]
+            lend(*symbol.var);
+        else
+            lend_uncached(symbol);
+    }
+
+    [[gnu::noinline]] void lend_uncached(const rx_symbol &symbol) {
         rx_value scratch;
         const rx_value &value = rx_var_get(symbol, scratch);
         if (&value == &scratch) return take(std::move(scratch));
@@ -119,10 +134,10 @@ private:
         take(rx_copy_value(value));
     }
 
-    /// A text in a buffer of its own stays there while the variable is pinned, any other is copied.
-    void lend(rx_var &var) {
+    /// A text in a buffer of its own is used there, any other is copied.
+    [[gnu::always_inline]] void lend(rx_var &var) {
         if (!var.value.is_string() || var.value.storage != RX_HEAP) return take(rx_copy_value(var.value));
-        pin_.emplace(var);
+        owner = &var;
         text = var.value.text();
     }
 
@@ -191,17 +206,36 @@ void store_long(rx_value &record, std::string_view text) {
     }
 }
 
-/// The same; `readable` is the number of bytes from the text's start to the end of what it is a part of.
-[[gnu::always_inline]] inline void store_text(rx_value &record, std::string_view text, size_t readable) {
-    bool has_buffer = record.is_string() && record.storage == RX_HEAP;
-    if (has_buffer || text.size() > rx_value::inline_capacity) [[unlikely]]
-        return store_long(record, text);
-    record.kind = RX_STRING;
-    record.storage = RX_INLINE;
-    record.rounded = 0;
-    record.length = static_cast<uint32_t>(text.size());
-    copy_short(record.bytes, text.data(), text.size(), readable);
-    record.bytes[text.size()] = '\0';
+/// Puts a part of a text in the entry of a variable, in the record itself where it can. False when that takes more: the
+/// entry isn't known, or somebody has a view on its value.
+[[gnu::always_inline]] inline bool put(rx_var *var, std::string_view text, size_t from, size_t to) {
+    if (!var || var->pins) [[unlikely]]
+        return false;
+    var->generation++;
+    var->remembered = false;
+    var->state = RX_SET;
+    rx_value &record = var->value;
+    uint16_t kind_and_storage;
+    std::memcpy(&kind_and_storage, &record, sizeof kind_and_storage);
+    size_t length = to - from;
+    if (kind_and_storage == (RX_HEAP << 8 | RX_STRING) || length > rx_value::inline_capacity) [[unlikely]] {
+        store_long(record, std::string_view(text.data() + from, length));
+        return true;
+    }
+    // The fields of the head in one store, as rx_number does it.
+    uint64_t head = uint64_t{length} << 32 | RX_INLINE << 8 | RX_STRING;
+    std::memcpy(static_cast<void *>(&record), &head, sizeof head);
+    copy_short(record.bytes, text.data() + from, length, text.size() - from);
+    record.bytes[length] = '\0';
+    return true;
+}
+
+/// Where a pattern is found from a place on, or npos; an empty one is nowhere.
+[[gnu::always_inline]] inline size_t find(std::string_view text, std::string_view pattern, size_t from) {
+    if (pattern.empty() || from >= text.size()) return std::string_view::npos;
+    if (pattern.size() > 1) return text.find(pattern, from);
+    const void *hit = std::memchr(text.data() + from, pattern[0], text.size() - from);
+    return hit ? static_cast<size_t>(static_cast<const char *>(hit) - text.data()) : std::string_view::npos;
 }
 
 void assign_field(const rx_template_item &item, std::string_view field, bool upper) {
@@ -225,10 +259,7 @@ struct template_walk {
     const rx_parse_clause &clause;
     parsed_text &source;
     int level;
-    bool watched = level != 0 || clause.upper; ///< more is to be done for a field than to store it
-    size_t start = 0;                          ///< of the next field
-    bool found = false;                        ///< a pattern that is written out was found at the stop
-    long long last_match = 0;                  ///< where relative positions count from; may lie outside the text
+    long long last_match = 0; ///< where relative positions count from; may lie outside the text
 
     size_t size() const { return source.text.size(); }
 
@@ -236,11 +267,15 @@ struct template_walk {
         return static_cast<size_t>(std::clamp(position, 0LL, static_cast<long long>(size())));
     }
 
-    /// The text of a pattern. One that a variable gives is read each time that it is needed, for the template itself
-    /// may assign it.
-    std::string_view pattern_of(const rx_template_item &cut, rx_value &scratch, rx_number_buffer &buffer) {
-        if (!cut.symbol) return cut.text;
-        return rx_arg_text(read(cut, scratch), buffer);
+    /// The value of the variable in parentheses. It is read each time that it is needed, for the template itself may
+    /// assign it.
+    const rx_value &read(const rx_template_item &cut, rx_value &scratch) {
+        rx_error.line = cut.token->line;
+        rx_error.column = cut.token->column;
+        source.hold();
+        const rx_value &value = rx_var_get(*cut.symbol, scratch);
+        source.settle();
+        return value;
     }
 
     /// The number of a position or a distance.
@@ -252,41 +287,23 @@ struct template_walk {
         return static_cast<long long>(std::min(number.real, 1e12));
     }
 
-    const rx_value &read(const rx_template_item &cut, rx_value &scratch) {
-        rx_error.line = cut.token->line;
-        rx_error.column = cut.token->column;
-        const rx_value &value = rx_var_get(*cut.symbol, scratch);
-        source.settle();
-        return value;
-    }
-
-    /// Where a pattern is found from the start of the field on, or npos; an empty one is nowhere.
-    size_t find(std::string_view pattern) const {
-        if (pattern.empty() || start >= size()) return std::string_view::npos;
-        if (pattern.size() > 1) return source.text.find(pattern, start);
-        const void *hit = std::memchr(source.text.data() + start, pattern[0], size() - start);
-        return hit ? static_cast<size_t>(static_cast<const char *>(hit) - source.text.data()) : std::string_view::npos;
-    }
-
-    /// Looks for a pattern from the start of the field on; the end of the text when there is none.
-    size_t find_pattern(const rx_template_item &cut) {
-        size_t place;
-        if (!cut.symbol) {
-            place = find(cut.text);
-            found = place != std::string_view::npos;
-        } else {
-            rx_value scratch;
-            rx_number_buffer buffer;
-            place = find(pattern_of(cut, scratch, buffer));
-        }
-        return std::min(place, size());
+    /// A pattern, and where it is found.
+    struct match {
+        size_t place; ///< npos: nowhere
+        size_t length;
+    };
+    match find_variable(const rx_template_item &cut, size_t start) {
+        rx_value scratch;
+        rx_number_buffer buffer;
+        std::string_view pattern = rx_arg_text(read(cut, scratch), buffer);
+        return {find(source.text, pattern, start), pattern.size()};
     }
 
     /// Where the variables in front of a cut have to stop.
-    size_t find_stop(const rx_template_item &cut) {
+    [[gnu::noinline]] size_t find_stop(const rx_template_item &cut, size_t start) {
         long long stop = static_cast<long long>(size());
         switch (cut.step) {
-        case step::pattern: return find_pattern(cut);
+        case step::pattern_in: return std::min(find_variable(cut, start).place, size());
         case step::forward:
             if (long long distance = number_of(cut)) stop = static_cast<long long>(start) + distance;
             break;
@@ -295,76 +312,39 @@ struct template_walk {
             if (long long position = number_of(cut) - 1; position > 0 && position >= static_cast<long long>(start))
                 stop = position;
             break;
+        case step::unknown: return find_stop(*(&cut + 1)->cut, start);
         case step::broken: fail(cut, static_cast<int>(cut.number));
         default: break;
         }
         return clamp(stop);
     }
 
-    /// Gives the variables of a stretch their fields; the start of the next field ends up at the stop.
-    void assign(const rx_template_item *item, const rx_template_item *cut, size_t stop) {
-        // What is stored may lie anywhere, for all the compiler knows: members would be read again after each field.
-        std::string_view text = source.text;
-        size_t at = start;
-        start = stop;
-        for (const rx_template_item *last = cut - 1; item != last; item++) {
-            while (at < stop && text[at] == ' ') at++;
-            size_t end = find_blank(text, at, stop);
-            put(*item, text, at, end);
-            at = std::min(end + 1, stop);
-        }
-        if (cut->step == step::unknown) fail(*cut, 38);
-        if (cut->step == step::end) source.let_go();
-        put(*item, text, at, stop);
-    }
-
-    /// Gives a variable its field of the text. Nearly always its entry is at hand and nothing watches.
-    [[gnu::always_inline]] void put(const rx_template_item &item, std::string_view &text, size_t from, size_t to) {
-        const rx_symbol *symbol = item.symbol;
-        rx_var *var = symbol->var;
-        std::string_view field(text.data() + from, to - from);
-        bool special =
-            item.step != step::variable || watched || symbol->serial != rx_scope->serial || !var || var->pins;
-        if (special) [[unlikely]] {
-            put_special(item, field);
-            text = source.text;
-            return;
-        }
-        var->generation++;
-        var->state = RX_SET;
-        store_text(var->value, field, text.size() - from);
-    }
-
-    void put_special(const rx_template_item &item, std::string_view field) {
-        bool assigns = item.step != step::placeholder;
+    /// Gives a variable its field in the long way and notes its entry for the next time. The text, which may have moved.
+    [[gnu::noinline]] std::string_view put_special(rx_template_item &item, size_t from, size_t to) {
+        if (item.step == step::placeholder && !level) return source.text;
+        source.hold();
+        std::string_view field = source.text.substr(from, to - from);
         if (level) {
             std::string copy(field);
-            if (assigns) assign_field(item, copy, clause.upper);
+            if (item.step != step::placeholder) assign_field(item, copy, clause.upper);
             trace_field(item, copy, clause.upper, level);
-        } else if (assigns) {
+        } else {
             assign_field(item, field, clause.upper);
+            if (!clause.upper) note_entry(*clause.made, item);
         }
         source.settle();
+        return source.text;
     }
 
-    void pass_pattern(const rx_template_item &cut) {
-        rx_value scratch;
-        rx_number_buffer buffer;
-        std::string_view pattern = pattern_of(cut, scratch, buffer);
-        size_t place = found ? start : find(pattern);
-        found = false;
-        if (place == std::string_view::npos) {
-            start = size();
-        } else {
-            last_match = static_cast<long long>(place);
-            start = place + pattern.size();
-        }
-    }
-
-    /// Moves the start of the next field behind a cut.
-    void pass(const rx_template_item &cut) {
+    /// Where the next field starts behind a cut that isn't a pattern written out.
+    [[gnu::noinline]] size_t pass(const rx_template_item &cut, size_t start) {
         switch (cut.step) {
-        case step::pattern: return pass_pattern(cut);
+        case step::pattern_in: {
+            match found = find_variable(cut, start);
+            if (found.place == std::string_view::npos) return size();
+            last_match = static_cast<long long>(found.place);
+            return found.place + found.length;
+        }
         case step::forward: last_match += number_of(cut); break;
         case step::backward: last_match -= number_of(cut); break;
         case step::position: last_match = number_of(cut) - 1; break;
@@ -373,11 +353,9 @@ struct template_walk {
             source.next_argument();
             last_match = 0;
             break;
-        case step::unknown: fail(cut, 38);
-        case step::broken: fail(cut, static_cast<int>(cut.number));
-        default: return;
+        default: fail(cut, cut.step == step::broken ? static_cast<int>(cut.number) : 38);
         }
-        start = clamp(last_match);
+        return clamp(last_match);
     }
 
     [[noreturn]] static void fail(const rx_template_item &item, int error) {
@@ -387,12 +365,52 @@ struct template_walk {
         rx_raise_at(item.token->line, item.token->column, error, extra);
     }
 
-    void run(const rx_template_item *item) {
-        for (;;) {
-            const rx_template_item *cut = item + item->targets;
-            if (cut != item) assign(item, cut, find_stop(*cut));
-            if (cut->step == step::end) return;
-            pass(*cut);
+    // What is stored may lie anywhere, for all the compiler knows: what the loops work with is kept in locals.
+    [[gnu::always_inline]] void run() {
+        rx_template &made = *clause.made;
+        const bool watched = level != 0 || clause.upper;
+        if (watched) made.serial = 0;
+        std::string_view text = source.text;
+        size_t start = 0;
+        for (rx_template_item *item = made.items;;) {
+            rx_template_item *cut = item->cut;
+            size_t stop = text.size(), behind = stop;
+            if (cut->step == step::pattern) [[likely]] {
+                size_t place = find(text, cut->text, start);
+                if (place != std::string_view::npos) {
+                    last_match = static_cast<long long>(place);
+                    behind = place + cut->text.size();
+                    stop = place;
+                }
+            } else if (cut->step != step::end && cut != item) {
+                stop = find_stop(*cut, start);
+                text = source.text;
+            }
+            if (cut != item) {
+                if (made.serial != rx_scope->serial) [[unlikely]]
+                    find_entries(made, watched);
+                for (; item + 1 != cut; item++) {
+                    while (start < stop && text[start] == ' ') start++;
+                    size_t end = find_blank(text, start, stop);
+                    if (!put(item->var, text, start, end)) [[unlikely]]
+                        text = put_special(*item, start, end);
+                    start = std::min(end + 1, stop);
+                }
+                if (cut->step >= step::end) {
+                    if (cut->step == step::unknown) fail(*cut, 38);
+                    source.let_go();
+                }
+                if (!put(item->var, text, start, stop)) [[unlikely]]
+                    text = put_special(*item, start, stop);
+                start = stop;
+            }
+            if (cut->step == step::pattern) [[likely]] {
+                start = behind;
+            } else {
+                if (cut->step == step::end) return;
+                start = pass(*cut, start);
+                text = source.text;
+            }
             item = cut + 1;
         }
     }
@@ -400,14 +418,11 @@ struct template_walk {
 
 } // namespace
 
-void rx_parse(const rx_parse_clause &clause) {
+// Out of line: the frame of the walk through the clauses has to stay small.
+[[gnu::noinline]] void rx_parse(const rx_parse_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return;
     parsed_text source(clause, shown.level);
-    if (!clause.template_) return;
-    template_walk walk{.clause = clause, .source = source, .level = shown.level};
-    if (clause.compiled) [[likely]]
-        return walk.run(static_cast<const rx_template_item *>(clause.compiled));
-    std::vector<rx_template_item> own;
-    walk.run(read_items(clause, own));
+    if (!clause.made) return;
+    template_walk{.clause = clause, .source = source, .level = shown.level}.run();
 }

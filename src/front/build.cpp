@@ -1,6 +1,7 @@
 #include "front/build.h"
 
 #include "base/raise.h"
+#include "front/template.h"
 
 namespace {
 
@@ -187,6 +188,8 @@ void rx_add_parse(rx_build &build, unsigned line, bool upper, rx_parse_source so
     clause->source = source;
     clause->operand = operand;
     clause->template_ = template_;
+    const rx_symbol *parsed = source == PARSE_VAR ? operand->symbol : nullptr;
+    if (template_) clause->made = rx_read_template(build.target.arena, template_, parsed);
     add(build, clause);
 }
 

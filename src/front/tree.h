@@ -235,12 +235,14 @@ enum rx_parse_source : uint8_t {
     PARSE_NUMERIC = 7
 };
 
+struct rx_template;
+
 struct rx_parse_clause : rx_clause {
     bool upper;
     rx_parse_source source;
-    rx_expr *operand;       ///< the VALUE expression or the VAR symbol
-    rx_expr *template_;     ///< first token of the template, or null
-    mutable void *compiled; ///< the engine's cache of the template's items
+    rx_expr *operand;   ///< the VALUE expression or the VAR symbol
+    rx_expr *template_; ///< first token of the template, or null
+    rx_template *made;  ///< the template, ready for the walk; null without one
 };
 
 struct rx_address_clause : rx_clause {

@@ -1,8 +1,9 @@
-#include "engine/parse_template.h"
+#include "front/template.h"
 
 #include "platform/strings.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -82,7 +83,7 @@ struct template_reader {
         switch (token->type) {
         case SYMBOL: return symbol();
         case STRING: return constant();
-        case '(': item.step = rx_template_step::pattern; return variable_in_parentheses();
+        case '(': item.step = rx_template_step::pattern_in; return variable_in_parentheses();
         case '+': return position(rx_template_step::forward);
         case '-': return position(rx_template_step::backward);
         case '=': return position(rx_template_step::position);
@@ -90,23 +91,30 @@ struct template_reader {
             item.step = rx_template_step::comma;
             token = next_token(token);
             return;
-        default: item.step = rx_template_step::unknown; token = nullptr;
+        default: item.step = rx_template_step::unknown; token = next_token(token);
         }
     }
 };
 
 } // namespace
 
-void rx_read_template(const rx_expr *token, std::vector<rx_template_item> &items) {
+rx_template *rx_read_template(rx_arena &arena, const rx_expr *token, const rx_symbol *parsed) {
+    std::vector<rx_template_item> items;
     template_reader reader{.token = token, .item = {}};
     while (reader.token) {
         reader.read();
         items.push_back(reader.item);
     }
     items.push_back({.step = rx_template_step::end, .token = token});
-    uint32_t in_a_row = 0;
-    for (auto item = items.rbegin(); item != items.rend(); ++item) {
-        in_a_row = item->step <= rx_template_step::placeholder ? in_a_row + 1 : 0;
-        item->targets = in_a_row;
+
+    auto *row = arena.make_array<rx_template_item>(items.size());
+    rx_template_item *cut = nullptr;
+    for (size_t i = items.size(); i-- > 0;) {
+        row[i] = items[i];
+        bool is_parsed = parsed && row[i].step == rx_template_step::variable && row[i].symbol->name == parsed->name;
+        if (is_parsed && i + 2 != items.size()) row[i].step = rx_template_step::odd_variable;
+        if (row[i].step > rx_template_step::placeholder) cut = row + i;
+        row[i].cut = cut;
     }
+    return arena.make<rx_template>(rx_template{.items = row});
 }
