@@ -3,6 +3,7 @@
 #include "driver/compile.h"
 #include "driver/run.h"
 #include "platform/paths.h"
+#include "platform/startup.h"
 
 #include <cstdlib>
 
@@ -19,6 +20,7 @@ std::string command_line(int count, char **words) {
 } // namespace
 
 int main(int argc, char **argv) {
+    rx_mend_inheritance();
     std::string invoked = rx_path_to_slashes(argc > 0 ? argv[0] : "vandra");
     std::string home = rx_installation_directory(invoked);
     if (rx_is_compile_tool(std::string_view(invoked).substr(invoked.rfind('/') + 1)))

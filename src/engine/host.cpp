@@ -54,12 +54,7 @@ int run_command(std::string_view text, const char *shell_variable) {
     if (rx_builtin_command && rx_builtin_command(text, code)) return code;
     bool background = text.ends_with('&');
     if (background) text.remove_suffix(1);
-    std::string line;
-    if (shell_variable) {
-        if (std::optional<std::string> shell = rx_getenv(shell_variable)) line = *shell + " ";
-    }
-    line += text;
-    rx_command_line command = rx_resolve_command(line);
+    rx_command_line command = rx_resolve_command(text, shell_variable);
     if (command.path.empty()) return not_started;
     int error;
     int process = rx_start_process(

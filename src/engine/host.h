@@ -4,6 +4,8 @@
 
 #include "engine/engine.h"
 
+#include <functional>
+
 /// Handles a command; the result is RC. `user_data` is what the row was registered with.
 using rx_env_handler = int (*)(std::string_view command, void *user_data);
 
@@ -35,8 +37,16 @@ struct rx_capture {
     std::vector<std::string> lines;
 };
 
-/// Runs a command and collects the lines of its standard output.
-rx_capture rx_capture_command(std::string_view command);
+/// How a command is captured; every member may be left out.
+struct rx_capture_options {
+    const char *shell_variable = nullptr; ///< the value of this environment variable, when set, goes in front
+    bool echo = false;                    ///< copies each line to the output as soon as it is complete
+    std::function<bool(std::string_view line)> shows; ///< what the echo leaves out is refused; none: nothing is
+};
+
+/// Runs a command and collects the lines of its standard output. One that ends in "&" runs in the background without
+/// being read; its code is its index in the list of background processes.
+rx_capture rx_capture_command(std::string_view command, const rx_capture_options &options = {});
 
 /// Set by the driver: takes the commands that the interpreter answers itself. True when it did, and `rc` is set.
 inline bool (*rx_builtin_command)(std::string_view command, int &rc) = nullptr;

@@ -116,7 +116,11 @@ std::string find_program(const std::string &word) {
 
 } // namespace
 
-rx_command_line rx_resolve_command(std::string_view text) {
+rx_command_line rx_resolve_command(std::string_view text, const char *shell_variable) {
+    if (shell_variable) {
+        if (std::optional<std::string> shell = rx_getenv(shell_variable))
+            return rx_resolve_command(*shell + " " + std::string(text));
+    }
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     word_reader reader{.text = text};
     std::string word;

@@ -14,4 +14,5 @@ struct rx_command_line {
 /// Takes a command apart. Its first word decides: a word of the shell's own sends the text to the shell, any other must
 /// be a program file, as it stands, in the current directory or along PATH. The arguments are split as the shell does;
 /// where that needs more than quotes (pipes, redirections, expansions, ...) the shell gets the text after all.
-rx_command_line rx_resolve_command(std::string_view text);
+/// With the name of an environment variable that is set, its value (a shell, say) goes in front of the text.
+rx_command_line rx_resolve_command(std::string_view text, const char *shell_variable = nullptr);

@@ -140,6 +140,18 @@ def test_children_start_with_default_signals():
     assert output("trace o\n'kill -PIPE $$'\nsay rc\n") == "-13\n"
 
 
+def test_children_that_the_parent_did_not_care_for():
+    code = "trace o\n'exit 3'\nsay rc length(`'echo abc'`)\n'exit 4 &'\nsay rc\n"
+    assert output(code, preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN)) == "3 3\n0\n"
+
+
+def test_closed_streams_are_not_mistaken_for_files():
+    text = "trace o\nparse pull a; 'echo lost'; say rc; 'echo code' rc '> kept; read x; echo $? >> kept'\n"
+    done = subprocess.run(["sh", "-c", f"{VANDRA} {script(text)} <&- >&- 2>&-"], timeout=TIME_LIMIT)
+    with open("kept", "rb") as file:
+        assert (done.returncode, file.read()) == (0, b"code 0\n1\n")
+
+
 def test_background_commands_are_cut_off_from_our_streams():
     process = start(
         """trace o

@@ -46,6 +46,19 @@ struct environments : testing::Test {
     }
 };
 
+TEST_F(environments, a_capture_shows_the_lines_that_are_wanted) {
+    ::setenv("CAPTURE_SHELL", "/usr/bin/printf", 1);
+    testing::internal::CaptureStdout();
+    rx_capture captured =
+        rx_capture_command("'one\\n%s\\r\\n\\032\\nno end' two",
+                           {.shell_variable = "CAPTURE_SHELL", .echo = true, .shows = [](std::string_view line) {
+                                return line != "two";
+                            }});
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\n\x1A\nno end\n");
+    EXPECT_EQ(captured.lines, (std::vector<std::string>{"one", "two", "\x1A", "no end"}));
+    EXPECT_EQ(captured.code, 0);
+}
+
 TEST_F(environments, a_registered_one_receives_its_commands) {
     rx_env_register("editor", note, false, nullptr);
     run("address editor\n"
