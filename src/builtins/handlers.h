@@ -110,6 +110,32 @@ rx_value bu_lines(const rx_expr *list);
 rx_value bu_linesize(const rx_expr *list);
 rx_value bu_stream(const rx_expr *list);
 
+// Files
+rx_value bu_chdir(const rx_expr *list);
+rx_value bu_concat(const rx_expr *list);
+rx_value bu_cp(const rx_expr *list);
+rx_value bu_cwd(const rx_expr *list);
+rx_value bu_dofollow(const rx_expr *list);
+rx_value bu_fileislocked(const rx_expr *list);
+rx_value bu_follow(const rx_expr *list);
+rx_value bu_ln(const rx_expr *list);
+rx_value bu_ls(const rx_expr *list);
+rx_value bu_lstate(const rx_expr *list);
+rx_value bu_mkdir(const rx_expr *list);
+rx_value bu_mklistfiles(const rx_expr *list);
+rx_value bu_mv(const rx_expr *list);
+rx_value bu_readjunc(const rx_expr *list);
+rx_value bu_readlink(const rx_expr *list);
+rx_value bu_recycle(const rx_expr *list);
+rx_value bu_rm(const rx_expr *list);
+rx_value bu_rmdir(const rx_expr *list);
+rx_value bu_state(const rx_expr *list);
+rx_value bu_subdirs(const rx_expr *list);
+rx_value bu_wipe(const rx_expr *list);
+
+// Environment and processes
+rx_value bu_xhome(const rx_expr *list);
+
 // Sort and patterns
 rx_value bu_rchange(const rx_expr *list);
 rx_value bu_regcomp(const rx_expr *list);

@@ -17,3 +17,6 @@ inline bool (*bu_key_waiting)() = nullptr;
 
 /// The words of the run's command line, the program first. ARG reads them, SETARG changes them.
 inline rx_run_local<std::vector<std::string>> bu_command_words;
+
+/// The installation directory of the run in force, for XHOME.
+inline std::string (*bu_home_directory)() = nullptr;

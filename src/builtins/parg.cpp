@@ -34,30 +34,6 @@ std::vector<option_rule> read_rules(bu_args &args) {
     return rules;
 }
 
-/// Words cut at blanks, except that a quote of either kind holds a word together up to the next of its kind; a
-/// backslash before that kind of quote or before a backslash stands for the second byte.
-std::vector<std::string> split_quoted(std::string_view text) {
-    std::vector<std::string> words;
-    size_t at = 0;
-    while ((at = text.find_first_not_of(' ', at)) != std::string_view::npos) {
-        char quote = text[at];
-        std::string word;
-        if (quote != '"' && quote != '\'') {
-            size_t end = std::min(text.find(' ', at), text.size());
-            word = text.substr(at, end - at);
-            at = end;
-        } else {
-            for (at++; at < text.size() && text[at] != quote; at++) {
-                if (text[at] == '\\' && at + 1 < text.size() && (text[at + 1] == quote || text[at + 1] == '\\')) at++;
-                word += text[at];
-            }
-            at = std::min(at + 1, text.size());
-        }
-        words.push_back(std::move(word));
-    }
-    return words;
-}
-
 /// The scan over the words in front: options are collected, `next` becomes the first word of the rest. 0, or 1 for
 /// missing values, 2 for an unknown option.
 int scan_options(const std::vector<std::string_view> &words, const std::vector<option_rule> &rules,
@@ -135,7 +111,7 @@ rx_value bu_parg(const rx_expr *list) {
     }
     rx_set_var_stem(stem, count + 1, rest);
     if (quotes)
-        set_list(stem + "." + stem, split_quoted(rest));
+        set_list(stem + "." + stem, rx_split_quoted(rest));
     else
         set_list(stem + "." + stem, rx_split_words(rest));
     return bu_number(0);

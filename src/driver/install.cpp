@@ -5,6 +5,7 @@
 #include "builtins/table.h"
 #include "commands/dispatch.h"
 #include "commands/queue.h"
+#include "driver/run.h"
 #include "driver/source.h"
 #include "engine/clauses.h"
 #include "engine/engine.h"
@@ -23,4 +24,5 @@ void rx_install() {
     rx_builtin_command = rx_dispatch_command;
     bu_queue_count = rx_queue_count;
     bu_key_waiting = rx_input_waiting;
+    bu_home_directory = [] { return *rx_home_directory; };
 }

@@ -1,5 +1,9 @@
 #include "platform/clock.h"
 
+#include "platform/signals.h"
+#include "platform/world.h"
+
+#include <cerrno>
 #include <ctime>
 #include <fcntl.h>
 #include <string>
@@ -60,4 +64,11 @@ rx_file_time_failure rx_set_file_time(std::string_view path, long long seconds) 
     bool set = ::futimens(file, times) == 0;
     ::close(file);
     return set ? rx_file_time_failure::none : rx_file_time_failure::set;
+}
+
+void rx_sleep(long long microseconds) {
+    rx_world_changes++;
+    struct timespec time = {static_cast<time_t>(microseconds / 1000000), (microseconds % 1000000) * 1000};
+    while (::nanosleep(&time, &time) != 0 && errno == EINTR && !rx_halt_pending) {
+    }
 }

@@ -31,6 +31,9 @@ struct rx_local_time {
     int day = 1, month = 1, year = 1970; ///< all counted as people do
 };
 
+/// Waits; an interrupt ends the wait early.
+void rx_sleep(long long microseconds);
+
 /// The local form of a time.
 rx_local_time rx_local_time_of(long long seconds);
 

@@ -94,3 +94,7 @@ std::optional<int64_t> rx_file_time(std::string_view path) {
 std::string rx_system_error() {
     return std::strerror(errno);
 }
+
+std::string rx_system_error(int error) {
+    return std::strerror(error);
+}

@@ -41,5 +41,6 @@ private:
 /// Time of the last change in nanoseconds since 1970, or nothing when the file isn't there.
 std::optional<int64_t> rx_file_time(std::string_view path);
 
-/// The text of the last system error, as the system words it.
+/// The text of the last system error, or of the one with that number, as the system words it.
 std::string rx_system_error();
+std::string rx_system_error(int error);

@@ -37,10 +37,11 @@ struct spawn_settings {
             posix_spawnattr_setpgroup(&attributes, 0);
             posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
             if (start.output < 0) posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-            posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+            if (start.errors < 0) posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
         }
         posix_spawnattr_setflags(&attributes, flags);
         if (start.output >= 0) posix_spawn_file_actions_adddup2(&actions, start.output, 1);
+        if (start.errors >= 0) posix_spawn_file_actions_adddup2(&actions, start.errors, 2);
     }
     ~spawn_settings() {
         posix_spawnattr_destroy(&attributes);
@@ -186,6 +187,10 @@ bool rx_process_ended(size_t index, bool wait, int &code) {
     if (!each.ended) return false;
     code = code_of(each.status);
     return true;
+}
+
+int rx_process_number() {
+    return ::getpid();
 }
 
 bool rx_is_program(const std::string &path) {

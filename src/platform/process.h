@@ -15,6 +15,7 @@ struct rx_process_start {
     std::string path;                   ///< the file to run
     std::vector<std::string> arguments; ///< the first one is the name of the program
     int output = -1;                    ///< descriptor that becomes its standard output; -1: ours
+    int errors = -1;                    ///< the same for its standard error
     bool background = false;            ///< streams on the null device, out of reach of the terminal's interrupt
 };
 
@@ -34,6 +35,9 @@ size_t rx_keep_process(int process);
 /// Looks at a process of the list: true and its code, as rx_wait_process gives it, when it has ended. `wait` waits for
 /// that. False also for an index that isn't in the list, with `code` -1.
 bool rx_process_ended(size_t index, bool wait, int &code);
+
+/// The number of this process.
+int rx_process_number();
 
 /// True for a file that can be run: regular, with the permission to execute it.
 bool rx_is_program(const std::string &path);

@@ -45,6 +45,28 @@ std::vector<std::string_view> rx_split_words(std::string_view text) {
     return words;
 }
 
+std::vector<std::string> rx_split_quoted(std::string_view text) {
+    std::vector<std::string> words;
+    size_t at = 0;
+    while ((at = text.find_first_not_of(' ', at)) != std::string_view::npos) {
+        char quote = text[at];
+        std::string word;
+        if (quote != '"' && quote != '\'') {
+            size_t end = std::min(text.find(' ', at), text.size());
+            word = text.substr(at, end - at);
+            at = end;
+        } else {
+            for (at++; at < text.size() && text[at] != quote; at++) {
+                if (text[at] == '\\' && at + 1 < text.size() && (text[at + 1] == quote || text[at + 1] == '\\')) at++;
+                word += text[at];
+            }
+            at = std::min(at + 1, text.size());
+        }
+        words.push_back(std::move(word));
+    }
+    return words;
+}
+
 std::vector<std::string_view> rx_split_at(std::string_view text, char separator) {
     std::vector<std::string_view> pieces;
     for (size_t at = 0;;) {

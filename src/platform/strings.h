@@ -27,6 +27,10 @@ bool rx_equal_nocase(std::string_view a, std::string_view b);
 /// The words of a text, cut at blanks only; runs of blanks give no empty words. The views point into the text.
 std::vector<std::string_view> rx_split_words(std::string_view text);
 
+/// Words cut at blanks, except that a quote of either kind holds a word together up to the next of its kind; a
+/// backslash before that kind of quote or before a backslash stands for the second byte.
+std::vector<std::string> rx_split_quoted(std::string_view text);
+
 /// The pieces between separators, empty ones kept: n separators give n + 1 pieces.
 std::vector<std::string_view> rx_split_at(std::string_view text, char separator);
 
