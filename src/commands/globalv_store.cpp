@@ -2,6 +2,7 @@
 
 #include "platform/directories.h"
 #include "platform/environment.h"
+#include "platform/file_operations.h"
 #include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/strings.h"
@@ -67,12 +68,19 @@ std::string group_path(rx_lifetime lifetime, std::string_view group) {
     return tree_of(lifetime) + "/" + encoded(group);
 }
 
+/// What lies in a directory; nothing for one that can't be read.
+std::vector<rx_directory_entry> entries_of(const std::string &path) {
+    std::vector<rx_directory_entry> entries;
+    rx_list_directory(path, entries);
+    return entries;
+}
+
 /// The names in a directory that stand for something of this kind.
-std::vector<std::string> decoded_names(const std::string &path, rx_entry_kind kind) {
+std::vector<std::string> decoded_names(const std::string &path, rx_file_type kind) {
     std::vector<std::string> names;
     std::string name;
-    for (const rx_directory_entry &entry : rx_list_directory(path)) {
-        if (entry.kind == kind && decode(entry.name, name)) names.push_back(name);
+    for (const rx_directory_entry &entry : entries_of(path)) {
+        if (entry.type == kind && decode(entry.name, name)) names.push_back(name);
     }
     return names;
 }
@@ -106,9 +114,9 @@ bool owner_of(const std::string &name, long &number) {
 }
 
 void remove_dead_storages() {
-    for (const rx_directory_entry &entry : rx_list_directory(state.base)) {
+    for (const rx_directory_entry &entry : entries_of(state.base)) {
         long owner;
-        if (entry.kind == rx_entry_kind::directory && owner_of(entry.name, owner) && !rx_process_exists(owner))
+        if (entry.type == rx_file_type::directory && owner_of(entry.name, owner) && !rx_process_exists(owner))
             rx_remove_tree(state.base + entry.name);
     }
 }
@@ -131,11 +139,11 @@ void make_storage() {
 // ---- copying --------------------------------------------------------------------------------------------------------
 
 bool copy_tree(const std::string &from, const std::string &to) {
-    for (const rx_directory_entry &entry : rx_list_directory(from)) {
+    for (const rx_directory_entry &entry : entries_of(from)) {
         std::string source = from + "/" + entry.name, target = to + "/" + entry.name;
-        if (entry.kind == rx_entry_kind::directory) {
+        if (entry.type == rx_file_type::directory) {
             if (!rx_make_directory(target, directory_mode) || !copy_tree(source, target)) return false;
-        } else if (entry.kind == rx_entry_kind::file) {
+        } else if (entry.type == rx_file_type::file) {
             std::string value;
             rx_file_result result = rx_read_locked(source, value);
             if (result == rx_file_result::absent) continue;
@@ -213,8 +221,8 @@ int rx_globalv_read(std::string_view group, std::string_view name, std::string &
 
 int rx_globalv_purge(std::string_view group) {
     std::string path = group_path(rx_lifetime::storage, group);
-    for (const rx_directory_entry &entry : rx_list_directory(path)) {
-        if (entry.kind != rx_entry_kind::file) continue;
+    for (const rx_directory_entry &entry : entries_of(path)) {
+        if (entry.type != rx_file_type::file) continue;
         int code = code_of(rx_remove_locked(path + "/" + entry.name), static_cast<int>(rx_lifetime::storage));
         if (code) return code;
     }
@@ -222,9 +230,9 @@ int rx_globalv_purge(std::string_view group) {
 }
 
 std::vector<std::string> rx_globalv_groups() {
-    return decoded_names(state.storage, rx_entry_kind::directory);
+    return decoded_names(state.storage, rx_file_type::directory);
 }
 
 std::vector<std::string> rx_globalv_names(std::string_view group) {
-    return decoded_names(group_path(rx_lifetime::storage, group), rx_entry_kind::file);
+    return decoded_names(group_path(rx_lifetime::storage, group), rx_file_type::file);
 }

@@ -23,20 +23,3 @@ bool rx_is_directory(const std::string &path);
 
 /// True when the directory is there, made with these permissions (less what the process masks) if it wasn't.
 bool rx_make_directory(const std::string &path, unsigned mode);
-
-enum class rx_entry_kind {
-    file,      ///< a regular file, or a link to one
-    directory, ///< a directory itself
-    other
-};
-
-struct rx_directory_entry {
-    std::string name;
-    rx_entry_kind kind;
-};
-
-/// What lies in a directory, in the order of the names, without "." and ".."; nothing for one that can't be read.
-std::vector<rx_directory_entry> rx_list_directory(const std::string &path);
-
-/// Deletes a file or a directory with all that is in it, following no link. False when something is left.
-bool rx_remove_tree(const std::string &path);

@@ -189,10 +189,6 @@ bool rx_process_ended(size_t index, bool wait, int &code) {
     return true;
 }
 
-int rx_process_number() {
-    return ::getpid();
-}
-
 bool rx_is_program(const std::string &path) {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && ::access(path.c_str(), X_OK) == 0;

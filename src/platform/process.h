@@ -36,9 +36,6 @@ size_t rx_keep_process(int process);
 /// that. False also for an index that isn't in the list, with `code` -1.
 bool rx_process_ended(size_t index, bool wait, int &code);
 
-/// The number of this process.
-int rx_process_number();
-
 /// True for a file that can be run: regular, with the permission to execute it.
 bool rx_is_program(const std::string &path);
 
