@@ -182,10 +182,6 @@ def main():
     wanted = options.names or known
     if set(wanted) - {"short", "long"}:
         print(f"{'':36}{'vandra':>13}{'lua5.4' if options.lua else '':>13}   ratio")
-    for name, title, limit, runs in BENCHMARKS:
-        if name in wanted:
-            run_pair(options, name, title, limit, runs)
-    print(f"{'':36}{'vandra':>13}{'lua5.4' if options.lua else '':>13}   ratio")
     with tempfile.TemporaryDirectory() as place:
         os.environ[LINES_FILE] = os.path.join(place, "lines.txt")
         if "lines" in wanted or "execio" in wanted:
