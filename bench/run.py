@@ -8,6 +8,7 @@ processes, start-up included; `startup` shows how much that is. The benchmark `l
 programs of 10,000, 100,000 and 1,000,000 lines that end at their first one, so that the time is that of reading and
 parsing; the peak memory shown there is never less than that of this runner. `memory` is the peak memory of the
 one-line script. `short` and `long` are the string functions, see functions.py.
+one-line script. `external` makes 200 routines, each in a file of its own and all in one, and calls them.
 """
 
 import argparse
@@ -41,6 +42,7 @@ BENCHMARKS = [
     ("startup", "start-up of a one-line script", 1, 101),
 ]
 LOAD_LINES = [10_000, 100_000, 1_000_000]
+EXTERNAL_ROUTINES = 200
 MEMORY_LIMIT = 8 * 1024  # KiB
 
 PIECE_VND = """\
@@ -81,6 +83,10 @@ def seconds(command):
     if status:
         sys.exit(f"{' '.join(command)}: status {status}")
     return taken, usage.ru_maxrss
+
+
+def beside(program, name):
+    return os.path.join(os.path.dirname(program), name)
 
 
 def median(command, runs):
@@ -131,12 +137,37 @@ def run_load(options):
             ours = statistics.median(each[0] for each in taken)
             theirs = f"{show_time(median([options.lua, paths['lua']], options.runs or 3))}" if options.lua else ""
             title = f"loading {lines:,} lines"
+            compiled = os.path.join(place, "load.vn")
+            subprocess.run([beside(options.vandra, "vcmp"), "-o", compiled, paths["vnd"]], check=True)
             print(
                 f"{title:36}{show_time(ours)}{theirs}"
                 f"   {ours * 1000 * 100_000 / lines:7.1f} ms per 100,000 lines,"
                 f" peak {max(each[1] for each in taken) / 1024:6.1f} MiB",
                 flush=True,
             )
+            print(f"{'  compiled':36}{show_time(median([options.vandra, compiled], options.runs or 3))}", flush=True)
+
+
+def run_external(options):
+    """Routines in files of their own against the same ones in the main file: the first calls, and many of them."""
+    body = "procedure expose total\narg step\ntotal = total + step\nreturn step\n"
+    first = "".join(f"call r{i} {i}\n" for i in range(EXTERNAL_ROUTINES))
+    many = first + "do i = 1 to 300000; call r7 i; end\nexit\n"
+    inside = "".join(f"r{i}: {body}" for i in range(EXTERNAL_ROUTINES))
+    with tempfile.TemporaryDirectory() as place:
+        before = os.getcwd()
+        os.chdir(place)
+        for i in range(EXTERNAL_ROUTINES):
+            with open(f"r{i}.vnd", "w", encoding="ascii") as file:
+                file.write(body)
+        for title, calls in ((f"{EXTERNAL_ROUTINES} routines", first + "exit\n"), ("and 300,000 calls", many)):
+            taken = []
+            for name, text in (("outside.vnd", calls), ("inside.vnd", calls + inside)):
+                with open(name, "w", encoding="ascii") as file:
+                    file.write("total = 0\n" + text)
+                taken.append(median([options.vandra, name], options.runs or 5))
+            print(f"{title:36}{show_time(taken[0])} loaded{show_time(taken[1])} internal", flush=True)
+        os.chdir(before)
 
 
 def peak_memory(command):
@@ -176,6 +207,7 @@ def main():
     parser.add_argument("names", nargs="*")
     options = parser.parse_args()
     known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "memory", "short", "long"]
+    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "external", "memory"]
     for name in options.names:
         if name not in known:
             parser.error(f"no benchmark {name}; there are {', '.join(known)}")
@@ -191,6 +223,8 @@ def main():
                 run_pair(options, name, title, limit, runs)
     if "load" in wanted:
         run_load(options)
+    if "external" in wanted:
+        run_external(options)
     if "memory" in wanted:
         run_memory(options)
     if "short" in wanted:

@@ -48,16 +48,20 @@ std::string_view line_in(const rx_program &program, const rx_source_entry &entry
 } // namespace
 
 const rx_source_entry &rx_entry_of(const rx_program &program, unsigned line) {
+    // Most questions are about the source of the last one; each call of a routine asks, for SIGL.
+    static size_t latest = 0;
+    if (latest < program.entries.size() && holds(program.entries[latest], line)) return program.entries[latest];
     // Entries follow each other, so the one in front of the first that begins later is the only one that can hold it.
     auto later =
         std::upper_bound(program.entries.begin(), program.entries.end(), line,
                          [](unsigned at, const auto &entry) { return static_cast<int>(at) < entry.first_line; });
-    if (later != program.entries.begin() && holds(later[-1], line)) return later[-1];
-    return program.entries.back();
+    if (later == program.entries.begin() || !holds(later[-1], line)) return program.entries.back();
+    latest = static_cast<size_t>(later - program.entries.begin()) - 1;
+    return program.entries[latest];
 }
 
 unsigned rx_own_line(const rx_program &program, unsigned line) {
-    if (program.entries.size() < 2) return line;
+    if (program.entries.empty() || static_cast<int>(line) <= program.entries[0].last_line) return line;
     return line - static_cast<unsigned>(rx_entry_of(program, line).first_line);
 }
 
