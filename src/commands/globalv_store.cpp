@@ -24,6 +24,7 @@ struct store_state {
     std::string session, lasting;
     std::string storage; ///< empty: there is none
     long owner = 0;      ///< the process that made it; 0 when it wasn't this one
+    bool made = false;   ///< its directory is there
     std::string draft;   ///< where this process puts together what it writes
 };
 store_state state;
@@ -121,19 +122,24 @@ void remove_dead_storages() {
     }
 }
 
-void make_storage() {
+void claim_storage() {
     remove_dead_storages();
-    long process = rx_process_number();
-    std::string path = state.base + std::string(storage_prefix) + std::to_string(process);
+    state.owner = rx_process_number();
+    state.storage = state.base + std::string(storage_prefix) + std::to_string(state.owner);
     // One of that name is of a process that had the same number.
-    rx_remove_tree(path);
-    if (!rx_make_directory(path, directory_mode)) return;
-    state.storage = path;
-    state.owner = process;
-    rx_setenv(storage_variable, path);
+    rx_remove_tree(state.storage);
+    rx_setenv(storage_variable, state.storage);
     static bool at_exit = false;
     if (!at_exit) std::atexit(rx_globalv_stop);
     at_exit = true;
+}
+
+/// Makes the directory of the storage while its owner lives; that of a dead one would stay behind.
+void make_storage() {
+    long owner;
+    std::string name = state.storage.substr(state.storage.rfind('/') + 1);
+    bool living = owner_of(name, owner) && rx_process_exists(owner);
+    state.made = living ? rx_make_directory(state.storage, directory_mode) : rx_is_directory(state.storage);
 }
 
 // ---- copying --------------------------------------------------------------------------------------------------------
@@ -168,7 +174,7 @@ void rx_globalv_start() {
     if (inherited && !inherited->empty() && !rx_getenv(debugged_variable))
         state.storage = *inherited;
     else
-        make_storage();
+        claim_storage();
     state.draft = state.storage + "/.draft" + std::to_string(rx_process_number());
 }
 
@@ -185,6 +191,7 @@ bool rx_globalv_storage() {
         rx_unsetenv(done_variable);
         rx_globalv_start();
     }
+    if (!state.storage.empty() && !state.made) make_storage();
     return !state.storage.empty();
 }
 

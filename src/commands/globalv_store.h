@@ -4,8 +4,11 @@
 // trees. `initial` holds values prepared by hand, `session` and `lasting` those that outlive a process; the working
 // storage, "storage." and the number of the process that made it, is what the verbs read. In each of them a group is a
 // directory and a variable a file whose bytes are the value. Both bear the hexadecimal form of their names, so that a
-// name can hold anything. The process that made a storage removes it at its end; its children find it through the
-// environment and share it. What a killed process leaves behind is removed by the next one that starts.
+// name can hold anything. A process without a storage gets one of its own, which its children find through the environment
+// and share; its end removes it. What a killed process leaves behind is removed by the next one that starts.
+//
+// The directory of the storage is made when the first command needs it, by the owner or by a child: a script that never
+// says GLOBALV doesn't pay for it, and on some file systems it would pay more than for all the rest of its start.
 //
 // All this is process-wide: nested runs share the store.
 #pragma once
@@ -28,7 +31,8 @@ void rx_globalv_start();
 /// Removes the working storage if this process made it.
 void rx_globalv_stop();
 
-/// Starts again when the base is no longer the one of the last start. True when there is a working storage.
+/// For each command: starts again when the base is no longer the one of the last start, makes the directory of the
+/// storage. True when there is a working storage.
 bool rx_globalv_storage();
 
 /// Copies the values that outlive processes into the working storage, or does so only if that wasn't done yet. 0, or
