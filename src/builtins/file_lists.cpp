@@ -145,7 +145,8 @@ rx_value bu_subdirs(const rx_expr *list) {
         args.fail(0, "Too many specified directories in '" + std::string(args.text(0)) +
                          "'.\nUse quotes when a directory name contains blanks.");
     std::string directory = names.empty() ? std::string() : bu_solve_name(names[0]);
-    if (!is_directory(directory)) args.fail(0, bu_quoted(args.text(0)) + " is not a valid directory.");
+    if (!is_directory(directory))
+        args.fail(0, bu_quoted(names.empty() ? std::string() : names[0]) + " is not a valid directory.");
     std::vector<std::string> found;
     reading_problems problems{"SUBDIRS"};
     list_below(directory, rx_path_to_slashes(names[0]), recursion == "r", found, problems);

@@ -134,6 +134,37 @@ rx_value bu_subdirs(const rx_expr *list);
 rx_value bu_wipe(const rx_expr *list);
 
 // Environment and processes
+rx_value bu_askcons(const rx_expr *list);
+rx_value bu_close_cons(const rx_expr *list);
+rx_value bu_csh(const rx_expr *list);
+rx_value bu_cuserid(const rx_expr *list);
+rx_value bu_dup2(const rx_expr *list);
+rx_value bu_exec(const rx_expr *list);
+rx_value bu_fork(const rx_expr *list);
+rx_value bu_getenv(const rx_expr *list);
+rx_value bu_getpid(const rx_expr *list);
+rx_value bu_hostname(const rx_expr *list);
+rx_value bu_ismain(const rx_expr *list);
+rx_value bu_kill(const rx_expr *list);
+rx_value bu_ksh(const rx_expr *list);
+rx_value bu_open_cons(const rx_expr *list);
+rx_value bu_popen(const rx_expr *list);
+rx_value bu_putenv(const rx_expr *list);
+rx_value bu_qpid(const rx_expr *list);
+rx_value bu_script(const rx_expr *list);
+rx_value bu_sleep(const rx_expr *list);
+rx_value bu_stderr(const rx_expr *list);
+rx_value bu_stdin(const rx_expr *list);
+rx_value bu_stdout(const rx_expr *list);
+rx_value bu_still_active(const rx_expr *list);
+rx_value bu_tcsh(const rx_expr *list);
+rx_value bu_tee(const rx_expr *list);
+rx_value bu_teec(const rx_expr *list);
+rx_value bu_teek(const rx_expr *list);
+rx_value bu_unsetenv(const rx_expr *list);
+rx_value bu_usleep(const rx_expr *list);
+rx_value bu_waitpid(const rx_expr *list);
+rx_value bu_windows_ne(const rx_expr *list);
 rx_value bu_xhome(const rx_expr *list);
 
 // Sort and patterns
@@ -141,3 +172,6 @@ rx_value bu_rchange(const rx_expr *list);
 rx_value bu_regcomp(const rx_expr *list);
 rx_value bu_regexec(const rx_expr *list);
 rx_value bu_sort(const rx_expr *list);
+
+// System
+rx_value bu_syssleep(const rx_expr *list);

@@ -1,5 +1,6 @@
 #include "platform/console.h"
 
+#include "platform/input.h"
 #include "platform/world.h"
 
 #include <cerrno>
@@ -21,4 +22,14 @@ size_t rx_console_write(int descriptor, std::string_view text) {
         }
     }
     return whole - text.size();
+}
+
+bool rx_is_terminal(int descriptor) {
+    return ::isatty(descriptor) != 0;
+}
+
+bool rx_duplicate_descriptor(int from, int to) {
+    rx_world_changes++;
+    rx_input_release();
+    return ::dup2(from, to) >= 0;
 }

@@ -175,6 +175,10 @@ size_t rx_keep_process(int process) {
     return kept_processes.size() - 1;
 }
 
+size_t rx_kept_processes() {
+    return kept_processes.size();
+}
+
 bool rx_process_ended(size_t index, bool wait, int &code) {
     rx_world_changes++;
     code = -1;

@@ -32,6 +32,9 @@ void rx_forget_process(int process);
 /// Puts a started process in the list of background processes; its index there.
 size_t rx_keep_process(int process);
 
+/// The count of processes in the list.
+size_t rx_kept_processes();
+
 /// Looks at a process of the list: true and its code, as rx_wait_process gives it, when it has ended. `wait` waits for
 /// that. False also for an index that isn't in the list, with `code` -1.
 bool rx_process_ended(size_t index, bool wait, int &code);
