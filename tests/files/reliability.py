@@ -193,7 +193,7 @@ def test_a_tree_that_changes_while_it_is_walked():
     try:
         lines = run("""
             bad = 0
-            do i = 1 to 100
+            do i = 1 to 25
               call subdirs 'd', a, 'r'
               call ls 'd/*', a
               call cp 'd c'
