@@ -7,8 +7,8 @@ Each NAME.vnd has a twin NAME.lua that does the same work and must print the sam
 processes, start-up included; `startup` shows how much that is. The benchmark `load` makes its scripts itself: straight
 programs of 10,000, 100,000 and 1,000,000 lines that end at their first one, so that the time is that of reading and
 parsing; the peak memory shown there is never less than that of this runner. `memory` is the peak memory of the
-one-line script. `short` and `long` are the string functions, see functions.py.
-one-line script. `external` makes 200 routines, each in a file of its own and all in one, and calls them.
+one-line script. `short` and `long` are the string functions, see functions.py. `external` makes 200 routines, each in a
+file of its own and all in one, and calls them.
 """
 
 import argparse
@@ -206,8 +206,7 @@ def main():
     parser.add_argument("--runs", type=int, default=0, help="runs per median (each benchmark has its own default)")
     parser.add_argument("names", nargs="*")
     options = parser.parse_args()
-    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "memory", "short", "long"]
-    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "external", "memory"]
+    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "external", "memory", "short", "long"]
     for name in options.names:
         if name not in known:
             parser.error(f"no benchmark {name}; there are {', '.join(known)}")

@@ -327,7 +327,7 @@ rx_value bu_fork(const rx_expr *list) {
 /// Example: datatype(getpid(), 'W') -> 1
 rx_value bu_getpid(const rx_expr *list) {
     bu_args(list, "GETPID").expect_none("must receive 0 argument.");
-    return bu_number(rx_process_number());
+    return bu_number(static_cast<double>(rx_process_number()));
 }
 
 /// ismain()
