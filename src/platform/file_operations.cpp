@@ -137,17 +137,18 @@ bool rx_remove_directory(const std::string &path) {
 
 bool rx_remove_tree(const std::string &path) {
     rx_path_status status;
-    if (!rx_get_path_status(path, false, status)) return false;
-    if (status.type != rx_file_type::directory) return rx_remove_file(path);
+    if (!rx_get_path_status(path, false, status)) return errno == ENOENT;
+    if (status.type != rx_file_type::directory) return rx_remove_file(path) || errno == ENOENT;
+    if (rx_remove_directory(path)) return true;
+    {
+        // A directory without permissions hides what has to be removed first.
+        rx_at_path at(path);
+        ::fchmodat(at.directory, at.rest, 0700, 0);
+    }
     std::vector<rx_directory_entry> entries;
     if (!rx_list_directory(path, entries)) return false;
-    for (const rx_directory_entry &entry : entries) {
-        std::string inside = path + "/" + entry.name;
-        bool removed = entry.type == rx_file_type::directory ? rx_remove_tree(inside) : rx_remove_file(inside);
-        // Somebody else may have removed it.
-        if (!removed && errno != ENOENT) return false;
-    }
-    return rx_remove_directory(path);
+    for (const rx_directory_entry &entry : entries) rx_remove_tree(path + "/" + entry.name);
+    return rx_remove_directory(path) || errno == ENOENT;
 }
 
 namespace {
