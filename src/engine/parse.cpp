@@ -4,6 +4,10 @@
 // looked for first; it is where the last variable of the stretch ends. Each variable before the last one takes a
 // word of the text in front of it. A relative position counts from the place of the last cut, which for a pattern is
 // where it was found, not where the text goes on behind it.
+//
+// There are two walks. The careful one does all of that. The plain one is for templates of which nothing surprising can
+// come: simple variables whose entries are known, cuts that are written out, nobody who traces. It stores the fields in
+// the records where the variables have them, and nearly every PARSE in a loop takes it.
 #include "engine/clauses.h"
 #include "engine/trace.h"
 #include "front/template.h"
@@ -21,21 +25,6 @@ namespace {
 constexpr std::string_view version = "REXX 4.00 10 Apr 2020 - Vandra(x64) 3.08b1";
 
 using step = rx_template_step;
-
-// ---- the template ---------------------------------------------------------------------------------------------------
-
-/// Notes the entry of a variable if its symbol knows it.
-void note_entry(const rx_template &made, rx_template_item &item) {
-    bool known = item.step == step::variable && item.symbol->serial == made.serial;
-    item.var = known ? item.symbol->var : nullptr;
-}
-
-/// Notes the entries of all variables. A walk that does more for each field than to store it (TRACE, UPPER) is `watched`
-/// and goes without them.
-[[gnu::noinline]] void find_entries(rx_template &made, bool watched) {
-    made.serial = watched ? 0 : rx_scope->serial;
-    for (rx_template_item *item = made.items; item->step != step::end; item++) note_entry(made, *item);
-}
 
 // ---- the text -------------------------------------------------------------------------------------------------------
 
@@ -66,10 +55,9 @@ std::string word_or_quotes(std::string_view text) {
 }
 
 /// The text that is taken apart. It stays as it is while the template assigns variables, its own one among them: a long
-/// text of a variable is used where it stands, and pinned before anything could happen to it.
+/// text of a variable is used where it stands, and pinned before the careful walk.
 struct parsed_text {
     std::string_view text;
-    rx_var *owner = nullptr; ///< the variable whose buffer holds the text
 
     parsed_text(const rx_parse_clause &clause, int level) {
         switch (clause.source) {
@@ -93,56 +81,44 @@ struct parsed_text {
         argument_++;
     }
 
-    /// To be called before anything is done by which the owner may lose the text.
+    /// To be called before variables are assigned with care.
     void hold() {
-        if (owner && !pin_) pin_.emplace(*owner);
+        if (owner_) pin_.emplace(*owner_);
     }
 
-    /// To be called behind that: the text may have moved.
+    /// To be called when variables were assigned or read: the text may have moved.
     void settle() {
         if (pin_ && !pin_->untouched()) text = pin_->value().text();
     }
 
-    /// Gives up the claim on the owner: its last use may overwrite the text where it stands.
+    /// Gives up the claim on the variable that holds the text: its last use may overwrite it where it stands.
     void let_go() {
-        owner = nullptr;
         if (pin_ && pin_->untouched()) pin_.reset();
     }
 
 private:
-    [[gnu::noinline]] void take(rx_value &&value) {
+    void take(rx_value &&value) {
         value_ = std::move(value);
         text = rx_arg_text(value_, buffer_);
     }
 
-    [[gnu::always_inline]] void lend(const rx_expr &name) {
+    void lend(const rx_expr &name) {
         rx_error.line = name.line;
         rx_error.column = name.column;
         const rx_symbol &symbol = *name.symbol;
-        if (rx_var_cached(symbol) && !symbol.environment) [[likely]]
-            lend(*symbol.var);
-        else
-            lend_uncached(symbol);
-    }
-
-    [[gnu::noinline]] void lend_uncached(const rx_symbol &symbol) {
         rx_value scratch;
         const rx_value &value = rx_var_get(symbol, scratch);
         if (&value == &scratch) return take(std::move(scratch));
         rx_var *var = rx_var_find(symbol);
-        if (var && &var->value == &value) return lend(*var);
-        take(rx_copy_value(value));
-    }
-
-    /// A text in a buffer of its own is used there, any other is copied.
-    [[gnu::always_inline]] void lend(rx_var &var) {
-        if (!var.value.is_string() || var.value.storage != RX_HEAP) return take(rx_copy_value(var.value));
-        owner = &var;
-        text = var.value.text();
+        if (!var || &var->value != &value || !value.is_string() || value.storage != RX_HEAP)
+            return take(rx_copy_value(value));
+        owner_ = var;
+        text = value.text();
     }
 
     rx_value value_;
     rx_number_buffer buffer_;
+    rx_var *owner_ = nullptr; ///< the variable in whose buffer the text lies
     std::optional<rx_pin> pin_;
     size_t argument_ = 0;
 };
@@ -206,28 +182,21 @@ void store_long(rx_value &record, std::string_view text) {
     }
 }
 
-/// Puts a part of a text in the entry of a variable, in the record itself where it can. False when that takes more: the
-/// entry isn't known, or somebody has a view on its value.
-[[gnu::always_inline]] inline bool put(rx_var *var, std::string_view text, size_t from, size_t to) {
-    if (!var || var->pins) [[unlikely]]
-        return false;
-    var->generation++;
-    var->remembered = false;
-    var->state = RX_SET;
-    rx_value &record = var->value;
+/// Assigns a part of a text to a variable, in the record itself where it can.
+[[gnu::always_inline]] inline void put(rx_var &var, std::string_view text, size_t from, size_t to) {
+    rx_value &record = rx_var_writable(var);
+    var.generation++;
+    var.state = RX_SET;
     uint16_t kind_and_storage;
     std::memcpy(&kind_and_storage, &record, sizeof kind_and_storage);
     size_t length = to - from;
-    if (kind_and_storage == (RX_HEAP << 8 | RX_STRING) || length > rx_value::inline_capacity) [[unlikely]] {
-        store_long(record, std::string_view(text.data() + from, length));
-        return true;
-    }
+    if (kind_and_storage == (RX_HEAP << 8 | RX_STRING) || length > rx_value::inline_capacity) [[unlikely]]
+        return store_long(record, std::string_view(text.data() + from, length));
     // The fields of the head in one store, as rx_number does it.
     uint64_t head = uint64_t{length} << 32 | RX_INLINE << 8 | RX_STRING;
     std::memcpy(static_cast<void *>(&record), &head, sizeof head);
     copy_short(record.bytes, text.data() + from, length, text.size() - from);
     record.bytes[length] = '\0';
-    return true;
 }
 
 /// Where a pattern is found from a place on, or npos; an empty one is nowhere.
@@ -237,6 +206,87 @@ void store_long(rx_value &record, std::string_view text) {
     const void *hit = std::memchr(text.data() + from, pattern[0], text.size() - from);
     return hit ? static_cast<size_t>(static_cast<const char *>(hit) - text.data()) : std::string_view::npos;
 }
+
+size_t clamp(long long position, size_t size) {
+    return static_cast<size_t>(std::clamp(position, 0LL, static_cast<long long>(size)));
+}
+
+/// Where the variables in front of a position have to stop. `number` is what it says.
+size_t stop_in_front(step cut, long long number, size_t start, size_t size) {
+    long long from = static_cast<long long>(start);
+    if (cut == step::forward && number != 0) return clamp(from + number, size);
+    if (cut == step::position && number > 1 && number - 1 >= from) return clamp(number - 1, size);
+    return size;
+}
+
+/// Where a position leads from the last one. The result may lie outside the text.
+long long place_of(step cut, long long number, long long last_match) {
+    if (cut == step::position) return number - 1;
+    return cut == step::forward ? last_match + number : last_match - number;
+}
+
+// ---- the plain walk -------------------------------------------------------------------------------------------------
+
+/// Notes the entries of all variables; false when one isn't known.
+[[gnu::noinline]] bool find_entries(rx_template &made) {
+    made.serial = 0;
+    uint64_t serial = rx_scope->serial;
+    for (rx_template_item *item = made.items; item->step != step::end; item++) {
+        if (item->step != step::variable) continue;
+        item->var = item->symbol->serial == serial ? item->symbol->var : nullptr;
+        if (!item->var) return false;
+    }
+    made.serial = serial;
+    return true;
+}
+
+bool is_plain(rx_template &made) {
+    return made.serial == rx_scope->serial || (made.simple && find_entries(made));
+}
+
+/// Walks a template with its entries noted.
+[[gnu::noinline]] void walk_plainly(const rx_template_item *item, std::string_view text) {
+    size_t start = 0;
+    long long last_match = 0;
+    for (;;) {
+        const rx_template_item *cut = item->cut;
+        size_t stop = text.size(), behind = stop;
+        if (cut->step == step::pattern) {
+            size_t place = find(text, cut->text, start);
+            if (place != std::string_view::npos) {
+                last_match = static_cast<long long>(place);
+                behind = place + cut->text.size();
+                stop = place;
+            }
+        } else if (cut->step != step::end) {
+            stop = stop_in_front(cut->step, cut->number, start, text.size());
+            last_match = place_of(cut->step, cut->number, last_match);
+            behind = clamp(last_match, text.size());
+        }
+        if (cut != item) {
+            for (; item + 1 != cut; item++) {
+                while (start < stop && text[start] == ' ') start++;
+                size_t end = find_blank(text, start, stop);
+                if (item->var) [[likely]]
+                    put(*item->var, text, start, end);
+                start = std::min(end + 1, stop);
+            }
+            if (item->var) [[likely]]
+                put(*item->var, text, start, stop);
+        }
+        if (cut->step == step::end) return;
+        start = behind;
+        item = cut + 1;
+    }
+}
+
+[[gnu::noinline]] void fold_fields(const rx_template &made) {
+    for (const rx_template_item *item = made.items; item->step != step::end; item++) {
+        if (item->var) rx_upper(rx_bytes(item->var->value), item->var->value.length);
+    }
+}
+
+// ---- the careful walk -----------------------------------------------------------------------------------------------
 
 void assign_field(const rx_template_item &item, std::string_view field, bool upper) {
     const rx_symbol &symbol = *item.symbol;
@@ -253,26 +303,20 @@ void trace_field(const rx_template_item &item, std::string_view field, bool uppe
     rx_trace_assignment(level, name, upper ? rx_uppered(field) : std::string(field));
 }
 
-// ---- the walk -------------------------------------------------------------------------------------------------------
-
-struct template_walk {
+struct careful_walk {
     const rx_parse_clause &clause;
     parsed_text &source;
     int level;
+    size_t start = 0;         ///< of the next field
     long long last_match = 0; ///< where relative positions count from; may lie outside the text
 
     size_t size() const { return source.text.size(); }
-
-    size_t clamp(long long position) const {
-        return static_cast<size_t>(std::clamp(position, 0LL, static_cast<long long>(size())));
-    }
 
     /// The value of the variable in parentheses. It is read each time that it is needed, for the template itself may
     /// assign it.
     const rx_value &read(const rx_template_item &cut, rx_value &scratch) {
         rx_error.line = cut.token->line;
         rx_error.column = cut.token->column;
-        source.hold();
         const rx_value &value = rx_var_get(*cut.symbol, scratch);
         source.settle();
         return value;
@@ -287,12 +331,13 @@ struct template_walk {
         return static_cast<long long>(std::min(number.real, 1e12));
     }
 
-    /// A pattern, and where it is found.
+    /// A pattern, and where it is found from the start of the field on.
     struct match {
         size_t place; ///< npos: nowhere
         size_t length;
     };
-    match find_variable(const rx_template_item &cut, size_t start) {
+    match find_pattern(const rx_template_item &cut) {
+        if (cut.step == step::pattern) return {find(source.text, cut.text, start), cut.text.size()};
         rx_value scratch;
         rx_number_buffer buffer;
         std::string_view pattern = rx_arg_text(read(cut, scratch), buffer);
@@ -300,62 +345,70 @@ struct template_walk {
     }
 
     /// Where the variables in front of a cut have to stop.
-    [[gnu::noinline]] size_t find_stop(const rx_template_item &cut, size_t start) {
-        long long stop = static_cast<long long>(size());
+    size_t find_stop(const rx_template_item &cut) {
         switch (cut.step) {
-        case step::pattern_in: return std::min(find_variable(cut, start).place, size());
-        case step::forward:
-            if (long long distance = number_of(cut)) stop = static_cast<long long>(start) + distance;
-            break;
-        case step::backward: number_of(cut); break;
+        case step::pattern:
+        case step::pattern_in: return std::min(find_pattern(cut).place, size());
         case step::position:
-            if (long long position = number_of(cut) - 1; position > 0 && position >= static_cast<long long>(start))
-                stop = position;
-            break;
-        case step::unknown: return find_stop(*(&cut + 1)->cut, start);
+        case step::forward:
+        case step::backward: return stop_in_front(cut.step, number_of(cut), start, size());
+        case step::unknown: return find_stop(*(&cut + 1)->cut);
         case step::broken: fail(cut, static_cast<int>(cut.number));
-        default: break;
+        default: return size();
         }
-        return clamp(stop);
     }
 
-    /// Gives a variable its field in the long way and notes its entry for the next time. The text, which may have moved.
-    [[gnu::noinline]] std::string_view put_special(rx_template_item &item, size_t from, size_t to) {
-        if (item.step == step::placeholder && !level) return source.text;
-        source.hold();
-        std::string_view field = source.text.substr(from, to - from);
+    /// Gives the variables of a stretch their fields; the start of the next field ends up at the stop.
+    void assign(const rx_template_item *item, const rx_template_item *cut, size_t stop) {
+        for (; item + 1 != cut; item++) {
+            while (start < stop && source.text[start] == ' ') start++;
+            size_t end = find_blank(source.text, start, stop);
+            give(*item, source.text.substr(start, end - start));
+            start = std::min(end + 1, stop);
+        }
+        if (cut->step == step::unknown) fail(*cut, 38);
+        if (cut->step == step::end) source.let_go();
+        give(*item, source.text.substr(start, stop - start));
+        start = stop;
+    }
+
+    void give(const rx_template_item &item, std::string_view field) {
+        bool assigns = item.step != step::placeholder;
         if (level) {
             std::string copy(field);
-            if (item.step != step::placeholder) assign_field(item, copy, clause.upper);
+            if (assigns) assign_field(item, copy, clause.upper);
             trace_field(item, copy, clause.upper, level);
-        } else {
+        } else if (assigns) {
             assign_field(item, field, clause.upper);
-            if (!clause.upper) note_entry(*clause.made, item);
         }
         source.settle();
-        return source.text;
     }
 
-    /// Where the next field starts behind a cut that isn't a pattern written out.
-    [[gnu::noinline]] size_t pass(const rx_template_item &cut, size_t start) {
+    /// Moves the start of the next field behind a cut.
+    void pass(const rx_template_item &cut) {
         switch (cut.step) {
+        case step::pattern:
         case step::pattern_in: {
-            match found = find_variable(cut, start);
-            if (found.place == std::string_view::npos) return size();
-            last_match = static_cast<long long>(found.place);
-            return found.place + found.length;
+            match found = find_pattern(cut);
+            if (found.place != std::string_view::npos) {
+                last_match = static_cast<long long>(found.place);
+                start = found.place + found.length;
+            } else {
+                start = size();
+            }
+            return;
         }
-        case step::forward: last_match += number_of(cut); break;
-        case step::backward: last_match -= number_of(cut); break;
-        case step::position: last_match = number_of(cut) - 1; break;
         case step::comma:
             if (clause.source != PARSE_ARG) fail(cut, 38, "A comma may be used only within a PARSE ARG instructin");
             source.next_argument();
             last_match = 0;
             break;
+        case step::position:
+        case step::forward:
+        case step::backward: last_match = place_of(cut.step, number_of(cut), last_match); break;
         default: fail(cut, cut.step == step::broken ? static_cast<int>(cut.number) : 38);
         }
-        return clamp(last_match);
+        start = clamp(last_match, size());
     }
 
     [[noreturn]] static void fail(const rx_template_item &item, int error) {
@@ -365,64 +418,37 @@ struct template_walk {
         rx_raise_at(item.token->line, item.token->column, error, extra);
     }
 
-    // What is stored may lie anywhere, for all the compiler knows: what the loops work with is kept in locals.
-    [[gnu::always_inline]] void run() {
-        rx_template &made = *clause.made;
-        const bool watched = level != 0 || clause.upper;
-        if (watched) made.serial = 0;
-        std::string_view text = source.text;
-        size_t start = 0;
-        for (rx_template_item *item = made.items;;) {
-            rx_template_item *cut = item->cut;
-            size_t stop = text.size(), behind = stop;
-            if (cut->step == step::pattern) [[likely]] {
-                size_t place = find(text, cut->text, start);
-                if (place != std::string_view::npos) {
-                    last_match = static_cast<long long>(place);
-                    behind = place + cut->text.size();
-                    stop = place;
-                }
-            } else if (cut->step != step::end && cut != item) {
-                stop = find_stop(*cut, start);
-                text = source.text;
-            }
-            if (cut != item) {
-                if (made.serial != rx_scope->serial) [[unlikely]]
-                    find_entries(made, watched);
-                for (; item + 1 != cut; item++) {
-                    while (start < stop && text[start] == ' ') start++;
-                    size_t end = find_blank(text, start, stop);
-                    if (!put(item->var, text, start, end)) [[unlikely]]
-                        text = put_special(*item, start, end);
-                    start = std::min(end + 1, stop);
-                }
-                if (cut->step >= step::end) {
-                    if (cut->step == step::unknown) fail(*cut, 38);
-                    source.let_go();
-                }
-                if (!put(item->var, text, start, stop)) [[unlikely]]
-                    text = put_special(*item, start, stop);
-                start = stop;
-            }
-            if (cut->step == step::pattern) [[likely]] {
-                start = behind;
-            } else {
-                if (cut->step == step::end) return;
-                start = pass(*cut, start);
-                text = source.text;
-            }
+    void run() {
+        source.hold();
+        for (const rx_template_item *item = clause.made->items;;) {
+            const rx_template_item *cut = item->cut;
+            if (cut != item) assign(item, cut, find_stop(*cut));
+            if (cut->step == step::end) return;
+            pass(*cut);
             item = cut + 1;
         }
     }
 };
 
-} // namespace
-
-// Out of line: the frame of the walk through the clauses has to stay small.
-[[gnu::noinline]] void rx_parse(const rx_parse_clause &clause) {
+[[gnu::noinline]] void parse_in_general(const rx_parse_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return;
     parsed_text source(clause, shown.level);
     if (!clause.made) return;
-    template_walk{.clause = clause, .source = source, .level = shown.level}.run();
+    if (shown.level || !is_plain(*clause.made)) return careful_walk{clause, source, shown.level}.run();
+    walk_plainly(clause.made->items, source.text);
+    if (clause.upper) fold_fields(*clause.made);
+}
+
+} // namespace
+
+void rx_parse(const rx_parse_clause &clause) {
+    // What is usual in loops doesn't even look for the text.
+    if (clause.source == PARSE_VAR && clause.made && !clause.upper && !(rx_settings->trace & TRACE_CLAUSES)) {
+        const rx_expr &name = *clause.operand;
+        const rx_value *value = rx_var_cached(*name.symbol);
+        bool at_hand = value && value->is_string() && value->storage == RX_HEAP && !name.symbol->environment;
+        if (at_hand && is_plain(*clause.made)) return walk_plainly(clause.made->items, value->text());
+    }
+    parse_in_general(clause);
 }

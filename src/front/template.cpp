@@ -96,6 +96,20 @@ struct template_reader {
     }
 };
 
+/// Nothing but the walk itself has to be thought of.
+bool is_simple(const rx_template_item &item) {
+    switch (item.step) {
+    case rx_template_step::variable:
+    case rx_template_step::placeholder:
+    case rx_template_step::pattern:
+    case rx_template_step::end: return true;
+    case rx_template_step::position:
+    case rx_template_step::forward:
+    case rx_template_step::backward: return !item.symbol;
+    default: return false;
+    }
+}
+
 } // namespace
 
 rx_template *rx_read_template(rx_arena &arena, const rx_expr *token, const rx_symbol *parsed) {
@@ -116,5 +130,6 @@ rx_template *rx_read_template(rx_arena &arena, const rx_expr *token, const rx_sy
         if (row[i].step > rx_template_step::placeholder) cut = row + i;
         row[i].cut = cut;
     }
-    return arena.make<rx_template>(rx_template{.items = row});
+    return arena.make<rx_template>(
+        rx_template{.items = row, .simple = std::all_of(row, row + items.size(), is_simple)});
 }

@@ -36,7 +36,8 @@ struct rx_template_item {
 
 struct rx_template {
     rx_template_item *items = nullptr; ///< the last one is an `end`
-    uint64_t serial = 0;               ///< of the scope that the entries belong to
+    bool simple = true;                ///< holds simple variables, cuts that are written out and nothing wrong
+    uint64_t serial = 0;               ///< of the scope that the entries, all of them, belong to
 };
 
 /// Reads the template that begins with a token. `parsed` is the variable of PARSE VAR, else null.
