@@ -41,6 +41,13 @@ BENCHMARKS = [
     ("execio", "EXECIO DISKR, a million lines", 3, 5),
     ("startup", "start-up of a one-line script", 1, 101),
 ]
+# Name, what it measures, bytes that it goes through (0: its time counts), and the limit: seconds, or megabytes a second.
+MEASURED = [
+    ("regex", "a pattern over 100 MiB", 10 * 10 * 1048576, 500),
+    ("capture", "100 MB of output into a stem", 100_000_000, 200),
+    ("list", "a directory of 100,000 files", 0, 0.5),
+]
+SORT_LIMIT = 3  # times the time of Python
 LOAD_LINES = [10_000, 100_000, 1_000_000]
 EXTERNAL_ROUTINES = 200
 MEMORY_LIMIT = 8 * 1024  # KiB
@@ -170,6 +177,35 @@ def run_external(options):
         os.chdir(before)
 
 
+def own_seconds(command, runs):
+    """The median of what the command says of its time, and what else it says."""
+    shown = [output(command).decode().split("\n", 1) for _ in range(runs)]
+    return statistics.median(float(each[0]) for each in shown), shown[0][1]
+
+
+def run_sort(options):
+    runs = options.runs or 3
+    ours, rest = own_seconds([options.vandra, os.path.join(HERE, "sort.vnd")], runs)
+    theirs, other = own_seconds([sys.executable, os.path.join(HERE, "sort.py")], runs)
+    if rest != other:
+        sys.exit("sort: the script and its twin print different things")
+    row("a million lines sorted (Python)", ours, theirs, SORT_LIMIT)
+
+
+def run_measured(options, name, title, size, limit):
+    command = [options.vandra, os.path.join(HERE, name + ".vnd")]
+    with tempfile.TemporaryDirectory() as place:
+        if name == "list":
+            for i in range(100_000):
+                os.close(os.open(os.path.join(place, f"file{i:06}.txt"), os.O_CREAT | os.O_WRONLY))
+            command.append(place)
+        taken = own_seconds(command, options.runs or 5)[0]
+    speed = size / taken / 1e6
+    bad = speed < limit if size else taken > limit
+    what = f"{speed:10.0f} MB/s   of {limit}" if size else f"   of {limit * 1000:.0f} ms"
+    print(f"{title:36}{show_time(taken)}{what}{'   <-- too slow' if bad else ''}", flush=True)
+
+
 def peak_memory(command):
     """The peak memory of a process in KiB, read while it waits for somebody to take its output.
 
@@ -206,7 +242,8 @@ def main():
     parser.add_argument("--runs", type=int, default=0, help="runs per median (each benchmark has its own default)")
     parser.add_argument("names", nargs="*")
     options = parser.parse_args()
-    known = [benchmark[0] for benchmark in BENCHMARKS] + ["load", "external", "memory", "short", "long"]
+    names = [benchmark[0] for benchmark in BENCHMARKS] + ["sort"] + [benchmark[0] for benchmark in MEASURED]
+    known = names + ["load", "external", "memory", "short", "long"]
     for name in options.names:
         if name not in known:
             parser.error(f"no benchmark {name}; there are {', '.join(known)}")
@@ -220,6 +257,11 @@ def main():
         for name, title, limit, runs in BENCHMARKS:
             if name in wanted:
                 run_pair(options, name, title, limit, runs)
+    if "sort" in wanted:
+        run_sort(options)
+    for name, title, size, limit in MEASURED:
+        if name in wanted:
+            run_measured(options, name, title, size, limit)
     if "load" in wanted:
         run_load(options)
     if "external" in wanted:
