@@ -20,7 +20,7 @@ import time
 import urllib.parse
 
 VANDRA = os.path.abspath(sys.argv[1])
-TIME_LIMIT = 60
+TIME_LIMIT = 120
 NOTICE = b"makecontext/swapcontext"  # what AddressSanitizer has to say about the interpreter's own stack
 
 with open(VANDRA, "rb") as program:
