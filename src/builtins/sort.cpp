@@ -174,7 +174,8 @@ private:
     /// The shorter field goes on with blanks.
     static int compare_bytes(std::string_view one, std::string_view other) {
         size_t common = std::min(one.size(), other.size());
-        if (int order = std::memcmp(one.data(), other.data(), common)) return order;
+        // A field that a line doesn't reach has no bytes to point at.
+        if (int order = common ? std::memcmp(one.data(), other.data(), common) : 0) return order;
         for (size_t i = common; i < one.size(); i++)
             if (one[i] != ' ') return static_cast<unsigned char>(one[i]) < ' ' ? -1 : 1;
         for (size_t i = common; i < other.size(); i++)
