@@ -23,9 +23,9 @@ import time
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools"))
 import function_docs  # noqa: E402
 
-FAMILIES = {"String functions", "Word functions", "Conversion", "Numeric", "Interpreter state"}
+FAMILIES = {"String functions", "Word functions", "Conversion", "Numeric", "Interpreter state", "Sort and patterns"}
 KINDS = ["", "''", "7", "1E15", "9999999", "-3", "2.5", "zeros", "large", "infinite", "nan"]
-NAMES = {("parg", 2): "stem", ("trace", 0): "'O'"}  # places that take something else than any value
+NAMES = {("parg", 2): "stem", ("sort", 0): "stem", ("trace", 0): "'O'"}  # places that take something else than any value
 ALLOWED = {40, 41, 42, 5}
 CHOICES = 40  # for each count of three arguments and more
 
