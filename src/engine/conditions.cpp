@@ -62,7 +62,8 @@ void call_on(int condition) {
 
 /// rx_raise calls this; it comes back only when SYNTAX isn't trapped.
 void syntax_trap(int number, const std::string *extra) {
-    rx_raised_in_interpret = rx_walk->interpret_depth != 0 || rx_walk->interactive != 0;
+    // A typed line counts as interpreted, what its routines run doesn't.
+    rx_raised_in_interpret = rx_walk->interpret_depth != 0;
     if (state_of(RX_SYNTAX) == RX_TRAP_OFF) return;
     state_of(RX_SYNTAX) = RX_TRAP_OFF;
     if (number == 5) rx_open_stack_reserve();
@@ -187,7 +188,7 @@ void rx_halt_poll() {
     rx_error.number = 4;
     rx_error.has_extra = false;
     rx_error.extra.clear();
-    if (rx_walk->interpret_depth || rx_walk->interactive)
+    if (rx_walk->interpret_depth)
         rx_report_interpreted(*rx_interpreted_text, rx_error.line, rx_error.column, armed(RX_SYNTAX));
     else
         rx_report(**rx_program_now, rx_error.line, rx_error.column, armed(RX_SYNTAX));
