@@ -35,6 +35,7 @@ BENCHMARKS = [
     ("fraction", "fractions at nine digits", 4, 5),
     ("sieve", "sieve on a stem", 4, 5),
     ("tails", "string tails", 4, 5),
+    ("parse", "PARSE with words and a pattern", 1, 5),
     ("build", "string building by ||", 1, 5),
     ("calls", "nested calls with arguments", 4, 5),
     ("lines", "LINES and LINEIN, a million lines", 2, 5),

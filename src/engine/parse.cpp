@@ -151,21 +151,22 @@ private:
     }
 }
 
-/// The place of the first blank in a part of a text, or the part's end. Eight bytes are looked at at once as long as
-/// the text has them: after the exclusive or a blank is a zero byte, and the subtraction carries out of the first zero
-/// into its highest bit.
-[[gnu::always_inline]] inline size_t find_blank(std::string_view text, size_t from, size_t end) {
-    constexpr uint64_t blanks = 0x2020202020202020, ones = 0x0101010101010101, highest = 0x8080808080808080;
+/// The place of the first such byte in a part of a text, or the part's end. Eight bytes are looked at at once as long as
+/// the text has them: after the exclusive or the byte is a zero, and the subtraction carries out of the first zero into
+/// its highest bit.
+[[gnu::always_inline]] inline size_t find_byte(std::string_view text, size_t from, size_t end, char byte) {
+    constexpr uint64_t ones = 0x0101010101010101, highest = 0x8080808080808080;
+    const uint64_t wanted = ones * static_cast<unsigned char>(byte);
     while (std::endian::native == std::endian::little && from + 8 <= text.size()) {
         uint64_t bytes;
         std::memcpy(&bytes, text.data() + from, 8);
-        bytes ^= blanks;
+        bytes ^= wanted;
         if (uint64_t zeros = (bytes - ones) & ~bytes & highest)
             return std::min(end, from + static_cast<size_t>(std::countr_zero(zeros)) / 8);
         from += 8;
         if (from >= end) return end;
     }
-    while (from < end && text[from] != ' ') from++;
+    while (from < end && text[from] != byte) from++;
     return from;
 }
 
@@ -201,9 +202,13 @@ void store_long(rx_value &record, std::string_view text) {
 
 /// Where a pattern is found from a place on, or npos; an empty one is nowhere.
 [[gnu::always_inline]] inline size_t find(std::string_view text, std::string_view pattern, size_t from) {
-    if (pattern.empty() || from >= text.size()) return std::string_view::npos;
-    if (pattern.size() > 1) return text.find(pattern, from);
-    const void *hit = std::memchr(text.data() + from, pattern[0], text.size() - from);
+    if (pattern.size() != 1) return pattern.empty() ? std::string_view::npos : text.find(pattern, from);
+    // Most are near; a call would take longer than to look there.
+    size_t near = std::min(from + 32, text.size());
+    size_t place = find_byte(text, from, near, pattern[0]);
+    if (place < near) [[likely]]
+        return place;
+    const void *hit = std::memchr(text.data() + near, pattern[0], text.size() - near);
     return hit ? static_cast<size_t>(static_cast<const char *>(hit) - text.data()) : std::string_view::npos;
 }
 
@@ -266,7 +271,7 @@ bool is_plain(rx_template &made) {
         if (cut != item) {
             for (; item + 1 != cut; item++) {
                 while (start < stop && text[start] == ' ') start++;
-                size_t end = find_blank(text, start, stop);
+                size_t end = find_byte(text, start, stop, ' ');
                 if (item->var) [[likely]]
                     put(*item->var, text, start, end);
                 start = std::min(end + 1, stop);
@@ -362,7 +367,7 @@ struct careful_walk {
     void assign(const rx_template_item *item, const rx_template_item *cut, size_t stop) {
         for (; item + 1 != cut; item++) {
             while (start < stop && source.text[start] == ' ') start++;
-            size_t end = find_blank(source.text, start, stop);
+            size_t end = find_byte(source.text, start, stop, ' ');
             give(*item, source.text.substr(start, end - start));
             start = std::min(end + 1, stop);
         }
@@ -444,10 +449,9 @@ struct careful_walk {
 
 void rx_parse(const rx_parse_clause &clause) {
     // What is usual in loops doesn't even look for the text.
-    if (clause.source == PARSE_VAR && clause.made && !clause.upper && !(rx_settings->trace & TRACE_CLAUSES)) {
-        const rx_expr &name = *clause.operand;
-        const rx_value *value = rx_var_cached(*name.symbol);
-        bool at_hand = value && value->is_string() && value->storage == RX_HEAP && !name.symbol->environment;
+    if (clause.plain && !(rx_settings->trace & TRACE_CLAUSES)) {
+        const rx_value *value = rx_var_cached(*clause.operand->symbol);
+        bool at_hand = value && value->is_string() && value->storage == RX_HEAP;
         if (at_hand && is_plain(*clause.made)) return walk_plainly(clause.made->items, value->text());
     }
     parse_in_general(clause);

@@ -190,6 +190,7 @@ void rx_add_parse(rx_build &build, unsigned line, bool upper, rx_parse_source so
     clause->template_ = template_;
     const rx_symbol *parsed = source == PARSE_VAR ? operand->symbol : nullptr;
     if (template_) clause->made = rx_read_template(build.target.arena, template_, parsed);
+    clause->plain = parsed && !parsed->environment && !upper && clause->made && clause->made->simple;
     add(build, clause);
 }
 

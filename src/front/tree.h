@@ -240,6 +240,7 @@ struct rx_template;
 struct rx_parse_clause : rx_clause {
     bool upper;
     rx_parse_source source;
+    bool plain;         ///< PARSE VAR of a simple variable, with a simple template and without UPPER
     rx_expr *operand;   ///< the VALUE expression or the VAR symbol
     rx_expr *template_; ///< first token of the template, or null
     rx_template *made;  ///< the template, ready for the walk; null without one
