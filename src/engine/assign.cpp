@@ -165,15 +165,22 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
+/// The number that the right side is, when it can be had on the quick road: a tree of numbers or a lone constant.
+inline bool quick_right_side(const rx_expr *node, rx_plain &plain) {
+    if (node->type != STRING) return rx_try_quick(node, plain);
+    if (node->flag != 0 || !node->literal->number) return false;
+    plain = rx_plain_of(*node->literal->number);
+    return true;
+}
+
 /// A number that the quick road yields goes straight into the record of a variable that holds a number already. False:
 /// nothing has happened.
 inline bool store_number(const rx_assign_clause &clause, const rx_symbol &target) {
-    const rx_value *held = rx_var_cached(target);
+    rx_var *var = target.compound() ? rx_var_element(target) : rx_var_cached(target) ? target.var : nullptr;
     rx_plain plain;
-    if (!held || !held->is_number() || !rx_try_quick(clause.value, plain)) return false;
-    rx_var &var = *target.var;
-    rx_put_plain(rx_var_writable(var), plain);
-    var.generation++;
+    if (!var || !var->value.is_number() || !quick_right_side(clause.value, plain)) return false;
+    rx_put_plain(rx_var_writable(*var), plain);
+    var->generation++;
     return true;
 }
 

@@ -8,7 +8,8 @@
 bool rx_condition_holds(const rx_expr *cond, int level, std::string_view before, std::string_view behind) {
     if (rx_plain plain; level == 0 && rx_try_quick(cond, plain) && (plain.real == 0 || plain.real == 1))
         return plain.real != 0;
-    rx_value value = do_exec(cond, level);
+    rx_value scratch;
+    const rx_value &value = rx_view(cond, level, scratch);
     if (level) {
         rx_number_buffer buffer;
         rx_trace_result(level, rx_arg_text(value, buffer));

@@ -17,15 +17,18 @@
 #include <sanitizer/common_interface_defs.h>
 #endif
 
+#ifdef VANDRA_ASAN
+size_t rx_stack_size = size_t{1} << 30; // instrumented frames are several times as large
+#else
+size_t rx_stack_size = size_t{512} << 20;
+#endif
+
 namespace {
 
-#ifdef VANDRA_ASAN
-constexpr size_t stack_size = size_t{1} << 30; // instrumented frames are several times as large
-#else
-constexpr size_t stack_size = size_t{512} << 20;
-#endif
 /// Kept free for reporting the error and for library calls at the deepest point.
-constexpr size_t stack_reserve = stack_size / 64;
+size_t stack_reserve() {
+    return rx_stack_size / 64;
+}
 
 ucontext_t caller_context;
 ucontext_t stack_context;
@@ -39,7 +42,7 @@ const void *caller_bottom = nullptr;
 size_t caller_size = 0;
 void *caller_fake = nullptr;
 void enter_stack() {
-    __sanitizer_start_switch_fiber(&caller_fake, stack_base, stack_size);
+    __sanitizer_start_switch_fiber(&caller_fake, stack_base, rx_stack_size);
 }
 void entered_stack() {
     __sanitizer_finish_switch_fiber(nullptr, &caller_bottom, &caller_size);
@@ -69,18 +72,18 @@ void rx_before_unwinding() {
 #ifdef VANDRA_ASAN
     if (!on_stack) return;
     char *frame = static_cast<char *>(__builtin_frame_address(0));
-    ASAN_UNPOISON_MEMORY_REGION(frame, static_cast<size_t>(stack_base + stack_size - frame));
+    ASAN_UNPOISON_MEMORY_REGION(frame, static_cast<size_t>(stack_base + rx_stack_size - frame));
 #endif
 }
 
 void rx_open_stack_reserve() {
     char *lower = stack_base + (rx_stack_limit - stack_base) / 2;
-    if (lower >= stack_base + stack_reserve / 8) rx_stack_limit = lower;
+    if (lower >= stack_base + stack_reserve() / 8) rx_stack_limit = lower;
 }
 
 void rx_close_stack_reserve() {
-    if (static_cast<char *>(__builtin_frame_address(0)) > stack_base + 2 * stack_reserve)
-        rx_stack_limit = stack_base + stack_reserve;
+    if (static_cast<char *>(__builtin_frame_address(0)) > stack_base + 2 * stack_reserve())
+        rx_stack_limit = stack_base + stack_reserve();
 }
 
 void rx_on_interpreter_stack(void (*body)(void *), void *argument) {
@@ -89,7 +92,7 @@ void rx_on_interpreter_stack(void (*body)(void *), void *argument) {
         return;
     }
     if (!stack_base) {
-        void *memory = ::mmap(nullptr, stack_size, PROT_READ | PROT_WRITE,
+        void *memory = ::mmap(nullptr, rx_stack_size, PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
         if (memory == MAP_FAILED) {
             std::fputs("Vandra: no more memory.\n", stderr);
@@ -97,10 +100,10 @@ void rx_on_interpreter_stack(void (*body)(void *), void *argument) {
         }
         stack_base = static_cast<char *>(memory);
     }
-    rx_stack_limit = stack_base + stack_reserve;
+    rx_stack_limit = stack_base + stack_reserve();
     ::getcontext(&stack_context);
     stack_context.uc_stack.ss_sp = stack_base;
-    stack_context.uc_stack.ss_size = stack_size;
+    stack_context.uc_stack.ss_size = rx_stack_size;
     stack_context.uc_link = &caller_context;
     ::makecontext(&stack_context, trampoline, 0);
     body_now = body;

@@ -4,6 +4,9 @@
 
 #include <cstddef>
 
+/// Bytes of that stack. A program may ask for less before its first run.
+extern size_t rx_stack_size;
+
 /// Calls `body(argument)` on the interpreter's stack; directly when it runs there already. Exceptions may not leave
 /// `body`.
 void rx_on_interpreter_stack(void (*body)(void *), void *argument);

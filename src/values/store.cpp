@@ -302,6 +302,14 @@ const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read h
     return var && var->state == RX_SET ? var->value : uninitialised(symbol.name, scratch, how);
 }
 
+rx_var *rx_var_element(const rx_symbol &symbol) {
+    if (symbol.serial != rx_scope.value.serial || !symbol.stem_entry) return nullptr;
+    int64_t index = ready_index(symbol);
+    if (index < 0) return nullptr;
+    rx_var *var = symbol.stem_entry->find(static_cast<uint32_t>(index));
+    return var && var->state == RX_SET ? var : nullptr;
+}
+
 const rx_value *rx_var_peek(const rx_symbol &symbol) {
     if (refreshes(symbol)) return nullptr;
     if (!symbol.compound()) {
@@ -312,10 +320,7 @@ const rx_value *rx_var_peek(const rx_symbol &symbol) {
         const rx_var *key = find_key(symbol);
         return key && key->state == RX_SET ? &key->value : nullptr;
     }
-    if (int64_t index = ready_index(symbol); index >= 0 && symbol.serial == rx_scope->serial && symbol.stem_entry) {
-        const rx_var *var = symbol.stem_entry->find(static_cast<uint32_t>(index));
-        if (var && var->state == RX_SET) return &var->value;
-    }
+    if (const rx_var *var = rx_var_element(symbol)) return &var->value;
     resolved_tails tails;
     resolve_tails(symbol, tails);
     rx_stem *stem;

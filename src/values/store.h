@@ -74,6 +74,10 @@ inline const rx_value *rx_var_cached(const rx_symbol &symbol) {
                                                                                                : nullptr;
 }
 
+/// The set entry of a compound whose only tail is a variable with a plain whole number, found without spelling it; null
+/// says nothing.
+rx_var *rx_var_element(const rx_symbol &symbol);
+
 /// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.
 void rx_var_assign(const rx_symbol &symbol, rx_value &&value);
 

@@ -8,6 +8,7 @@
 #include "driver/run.h"
 #include "engine/host.h"
 #include "platform/signals.h"
+#include "platform/stack.h"
 #include "platform/strings.h"
 
 #include <atomic>
@@ -55,7 +56,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     if (!made) std::abort();
     folder = made;
     setenv("HOME", made, 1);
-    setenv("PATH", made, 1); // external routines are looked for here
+    setenv("PATH", made, 1);          // external routines are looked for here
+    rx_stack_size = size_t{64} << 20; // runaway recursion ends sooner
     rx_install();
     rx_builtin_command = [](std::string_view, int &rc) {
         rc = 0;
