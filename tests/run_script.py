@@ -42,11 +42,10 @@ import subprocess
 import sys
 import tempfile
 
-# What AddressSanitizer says of itself when the interpreter changes to its own stack, and when it throws from deep down
-# on it (the interpreter cleans that stack itself).
+# What AddressSanitizer says of itself when the interpreter throws from deep down on its own stack (which it cleans
+# itself).
 SANITIZER_NOTICE = re.compile(
-    r"^==\d+==WARNING: ASan doesn't fully support makecontext/swapcontext .*\n"
-    r"|^==\d+==WARNING: ASan is ignoring requested __asan_handle_no_return: .*\nFalse positive .*\nFor details .*\n",
+    r"^==\d+==WARNING: ASan is ignoring requested __asan_handle_no_return: .*\nFalse positive .*\nFor details .*\n",
     re.MULTILINE)
 
 DIRECTIVE = re.compile(r"/\*\s*(->|args:|stdin:|exit:|stderr:|env:|output:|file\s+\S+:)")

@@ -10,12 +10,14 @@ must go on running.
 
 import os
 import shutil
-import shutil
 import subprocess
 import sys
 import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.dirname(HERE))
+from run_script import SANITIZER_NOTICE
+
 VANDRA = os.path.abspath(sys.argv[1])
 VCMP = os.path.join(os.path.dirname(VANDRA), "vcmp")
 SCRIPTS = os.path.abspath(sys.argv[2])
@@ -33,7 +35,7 @@ def run(*words, where, program=VANDRA):
     environment = {"PATH": f"{where}:/usr/bin:/bin", "HOME": where, "LC_ALL": "C"}
     done = subprocess.run([program, *words], cwd=where, env=environment, stdin=subprocess.DEVNULL, capture_output=True,
                           timeout=60)
-    return done.returncode, done.stdout, done.stderr
+    return done.returncode, done.stdout, SANITIZER_NOTICE.sub("", done.stderr.decode("latin-1")).encode("latin-1")
 
 
 def write(path, data, mode=0o644):
