@@ -76,8 +76,11 @@ inline rx_plain truth(bool holds) {
     return {holds ? 1.0 : 0.0, rx_bare_head};
 }
 
-/// The operators on numbers: arithmetic has a function each, comparison one rule for all.
-template <rx_operator_id id> inline rx_plain compute(rx_plain a, rx_plain b) {
+/// An operator on any two numbers: arithmetic has a function each, comparison one rule for all. An operand that
+/// couldn't be had is handed on.
+template <rx_operator_id id> [[gnu::noinline]] rx_plain compute(rx_plain a, rx_plain b) {
+    if (a.failed()) return a;
+    if (b.failed()) return b;
     int digits = rx_numeric.value.digits;
     if constexpr (id == FX_PLUS) {
         return rx_plus(a, b, digits);
@@ -98,22 +101,7 @@ template <rx_operator_id id> inline rx_plain compute(rx_plain a, rx_plain b) {
     }
 }
 
-/// Where not both are whole: fractions, or operands that can't be had here.
-template <rx_operator_id id> [[gnu::noinline]] rx_plain compute_any(rx_plain a, rx_plain b) {
-    if (a.failed()) return a;
-    if (b.failed()) return b;
-    int digits = rx_numeric.value.digits;
-    if constexpr (id == FX_PLUS) {
-        return rx_plus_fractions(a, b, digits);
-    } else if constexpr (id == FX_MIN) {
-        return rx_minus_fractions(a, b, digits);
-    } else if constexpr (id == FX_MULT) {
-        return rx_times_fractions(a, b, digits);
-    } else {
-        return compute<id>(a, b);
-    }
-}
-
+/// What a node does: the commonest cases of whole numbers at once, anything else through `compute`.
 template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain step(const rx_op &op) {
     rx_plain a = load<left>(op.a), b = load<right>(op.b);
     if (rx_both_whole(a, b)) [[likely]] {
@@ -129,7 +117,7 @@ template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain ste
             return truth(holds<id>(a.real, b.real));
         }
     }
-    return compute_any<id>(a, b);
+    return compute<id>(a, b);
 }
 
 using rx_quick_step = rx_plain (*)(const rx_op &op);
@@ -141,6 +129,16 @@ template <size_t... n> constexpr auto make_steps(std::index_sequence<n...>) {
              operand_kind{n % operand_kinds}>...};
 }
 constexpr auto steps = make_steps(std::make_index_sequence<quick_operators.size() * steps_of_operator>());
+
+using rx_computation = rx_plain (*)(rx_plain a, rx_plain b);
+
+template <size_t... n> constexpr auto make_computations(std::index_sequence<n...>) {
+    std::array<rx_computation, FX_COUNT> table{};
+    ((table[quick_operators[n]] = compute<quick_operators[n]>), ...);
+    return table;
+}
+/// By operator; null for those that the quick road doesn't know.
+constexpr auto computations = make_computations(std::make_index_sequence<quick_operators.size()>());
 
 // ---- the first look ------------------------------------------------------------------------------------------------
 
@@ -191,21 +189,7 @@ bool prepare(const rx_operand &operand, unsigned depth, operand_kind &kind) {
 } // namespace
 
 rx_plain rx_quick_compute(rx_operator_id id, rx_plain a, rx_plain b) {
-    switch (id) {
-    case FX_PLUS: return compute<FX_PLUS>(a, b);
-    case FX_MIN: return compute<FX_MIN>(a, b);
-    case FX_MULT: return compute<FX_MULT>(a, b);
-    case FX_DIV: return compute<FX_DIV>(a, b);
-    case FX_IDIV: return compute<FX_IDIV>(a, b);
-    case FX_REM: return compute<FX_REM>(a, b);
-    case FX_EQ: return compute<FX_EQ>(a, b);
-    case FX_NEQ: return compute<FX_NEQ>(a, b);
-    case FX_SUP: return compute<FX_SUP>(a, b);
-    case FX_INF: return compute<FX_INF>(a, b);
-    case FX_SUPEQ: return compute<FX_SUPEQ>(a, b);
-    case FX_INFEQ: return compute<FX_INFEQ>(a, b);
-    default: return refused();
-    }
+    return computations[id](a, b);
 }
 
 bool rx_quick_first_look(const rx_op &op) {

@@ -125,7 +125,7 @@ inline bool rx_too_long(double whole, int digits) {
     if (sum == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
     return rx_rounded_plain(sum, rx_sum_decimals(a.decimals(), left, b.decimals(), right, sum), digits);
 }
-inline rx_plain rx_plus(rx_plain a, rx_plain b, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_plus(rx_plain a, rx_plain b, int digits) {
     if (rx_both_whole(a, b) && a.real + b.real != HUGE_VAL) [[likely]]
         return rx_whole_sum(a, b, a.real + b.real);
     return rx_plus_fractions(a, b, digits);
@@ -136,7 +136,7 @@ inline rx_plain rx_plus(rx_plain a, rx_plain b, int digits) {
     double left = rx_operand_of(a, digits), right = rx_operand_of(b, digits), difference = left - right;
     return rx_rounded_plain(difference, rx_sum_decimals(a.decimals(), left, b.decimals(), right, difference), digits);
 }
-inline rx_plain rx_minus(rx_plain a, rx_plain b, int digits) {
+[[gnu::always_inline]] inline rx_plain rx_minus(rx_plain a, rx_plain b, int digits) {
     if (rx_both_whole(a, b)) [[likely]]
         return rx_whole_sum(a, b, a.real - b.real);
     return rx_minus_fractions(a, b, digits);
