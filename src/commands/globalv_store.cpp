@@ -31,18 +31,6 @@ store_state state;
 
 // ---- names ---------------------------------------------------------------------------------------------------------
 
-std::string encoded(std::string_view name) {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    text.reserve(name.size() * 2);
-    for (char c : name) {
-        auto byte = static_cast<unsigned char>(c);
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
-
 /// The name behind a file name; false for one that isn't hexadecimal.
 bool decode(std::string_view text, std::string &name) {
     name.clear();
@@ -66,7 +54,7 @@ const std::string &tree_of(rx_lifetime lifetime) {
 }
 
 std::string group_path(rx_lifetime lifetime, std::string_view group) {
-    return tree_of(lifetime) + "/" + encoded(group);
+    return tree_of(lifetime) + "/" + rx_hexadecimal(group);
 }
 
 /// What lies in a directory; nothing for one that can't be read.
@@ -145,7 +133,9 @@ void make_storage() {
 // ---- copying --------------------------------------------------------------------------------------------------------
 
 bool copy_tree(const std::string &from, const std::string &to) {
-    for (const rx_directory_entry &entry : entries_of(from)) {
+    std::vector<rx_directory_entry> entries;
+    if (!rx_list_directory(from, entries)) return false;
+    for (const rx_directory_entry &entry : entries) {
         std::string source = from + "/" + entry.name, target = to + "/" + entry.name;
         if (entry.type == rx_file_type::directory) {
             if (!rx_make_directory(target, directory_mode) || !copy_tree(source, target)) return false;
@@ -192,7 +182,8 @@ bool rx_globalv_storage() {
         rx_globalv_start();
     }
     if (!state.storage.empty() && !state.made) make_storage();
-    return !state.storage.empty();
+    // The owner's storage has to be there; one that was inherited is taken as it is.
+    return state.made || (!state.storage.empty() && state.owner == 0);
 }
 
 int rx_globalv_initialise() {
@@ -216,12 +207,12 @@ bool rx_globalv_make_group(rx_lifetime lifetime, std::string_view group) {
 }
 
 int rx_globalv_write(rx_lifetime lifetime, std::string_view group, std::string_view name, std::string_view value) {
-    std::string path = group_path(lifetime, group) + "/" + encoded(name);
+    std::string path = group_path(lifetime, group) + "/" + rx_hexadecimal(name);
     return code_of(rx_write_locked(path, state.draft, value, file_mode), static_cast<int>(lifetime));
 }
 
 int rx_globalv_read(std::string_view group, std::string_view name, std::string &value, bool *found) {
-    rx_file_result result = rx_read_locked(group_path(rx_lifetime::storage, group) + "/" + encoded(name), value);
+    rx_file_result result = rx_read_locked(group_path(rx_lifetime::storage, group) + "/" + rx_hexadecimal(name), value);
     if (found) *found = result != rx_file_result::absent;
     return code_of(result, static_cast<int>(rx_lifetime::storage));
 }

@@ -5,6 +5,7 @@
 #include "driver/source.h"
 #include "front/parse.h"
 #include "front/report.h"
+#include "platform/directories.h"
 #include "platform/environment.h"
 #include "platform/paths.h"
 #include "platform/process.h"
@@ -47,17 +48,22 @@ bool is_path(std::string_view name) {
     return name[0] == '/' || name[0] == '~' || name[0] == '.' || (name.size() > 2 && name[1] == ':');
 }
 
+/// True for anything of that name but a directory, which is no script and ends no search.
+bool is_candidate(const std::string &path) {
+    return rx_path_exists(path) && !rx_is_directory(path);
+}
+
 /// The script in one directory: the name as it stands, or with the extension. Empty when there is none.
 std::string find_in(const std::string &directory, const std::string &name) {
     std::string path = directory + "/" + name;
-    if (rx_path_exists(path)) {
+    if (is_candidate(path)) {
         candidate found = examine(path);
         if (found == candidate::closed) return {};
         if (found == candidate::accepted) return path;
     }
     if (path.ends_with(script_extension)) return {};
     path += script_extension;
-    return rx_path_exists(path) && examine(path) == candidate::accepted ? path : std::string();
+    return is_candidate(path) && examine(path) == candidate::accepted ? path : std::string();
 }
 
 std::string find_routine(const std::string &name) {
@@ -187,17 +193,6 @@ bool is_loaded(const rx_program &program, std::string_view name) {
 
 // ---- child runs ----------------------------------------------------------------------------------------------------
 
-std::string hexadecimal(std::string_view bytes) {
-    constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (char c : bytes) {
-        auto byte = static_cast<unsigned char>(c);
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
-
 /// Puts the arguments in the environment, where the child finds them; gives the text that shows them.
 std::string hand_over(const rx_expr *list, int level) {
     std::string shown;
@@ -207,7 +202,7 @@ std::string hand_over(const rx_expr *list, int level) {
             rx_value text = list->type == VIDE ? rx_string("") : rx_to_string(do_exec(list, level));
             if (count) shown += ',';
             shown += text.text();
-            rx_setenv("vandra_ARG" + std::to_string(count), hexadecimal(text.text()));
+            rx_setenv("vandra_ARG" + std::to_string(count), rx_hexadecimal(text.text()));
         }
     }
     rx_setenv("vandra_NB_ARGS", std::to_string(count));
@@ -216,8 +211,7 @@ std::string hand_over(const rx_expr *list, int level) {
 
 rx_value rx_call_child(const std::string &file, const rx_expr *list, int level) {
     std::string shown = hand_over(list, level);
-    std::string program = *rx_home_directory + std::string(interpreter_name);
-    if (!rx_path_exists(program)) program = rx_running_file();
+    std::string program = *rx_home_directory + *rx_program_name;
     std::vector<std::string> words{program, file};
     if (!shown.empty()) words.push_back(shown.substr(0, shown.find('\0')));
     int error;

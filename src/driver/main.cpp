@@ -2,6 +2,7 @@
 #include "base/output.h"
 #include "driver/compile.h"
 #include "driver/run.h"
+#include "platform/files.h"
 #include "platform/paths.h"
 #include "platform/startup.h"
 
@@ -33,6 +34,8 @@ int main(int argc, char **argv) {
         rx_print_error("\nVandra: unable to find the installation directory.\n");
         return 1;
     }
+    // A program file of another name tells its own, so that child runs find it.
+    if (!rx_path_exists(home + "/vandra")) home = rx_running_file();
     rx_command_words.assign(argv + 1, argv + argc);
     rx_final_exit(run_rx(command_line(argc, argv), home.c_str()));
 }

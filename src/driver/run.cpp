@@ -10,6 +10,7 @@
 #include "front/parse.h"
 #include "front/report.h"
 #include "front/scan.h"
+#include "platform/directories.h"
 #include "platform/environment.h"
 #include "platform/files.h"
 #include "platform/paths.h"
@@ -203,6 +204,19 @@ int run_script(const run_request &request) {
     return code;
 }
 
+/// What isn't a directory names the program file in it.
+void settle_home(std::string_view home) {
+    std::string path = rx_path_to_slashes(home);
+    *rx_program_name = "vandra";
+    if (!rx_is_directory(path)) {
+        size_t name = path.rfind('/') + 1;
+        *rx_program_name = path.substr(name);
+        path.resize(name);
+    }
+    if (!path.ends_with('/')) path += '/';
+    *rx_home_directory = path;
+}
+
 /// The body of a run, on the interpreter's stack.
 void run_guarded(void *argument_pointer) {
     auto &request = *static_cast<run_request *>(argument_pointer);
@@ -213,8 +227,7 @@ void run_guarded(void *argument_pointer) {
     rx_env_defaults();
     rx_settings->env_current = env_current;
     rx_settings->env_previous = env_previous;
-    *rx_home_directory = rx_path_to_slashes(request.home);
-    if (!rx_home_directory->ends_with('/')) *rx_home_directory += '/';
+    settle_home(request.home);
     rx_run_depth++;
     try {
         request.code = run_script(request);

@@ -20,10 +20,11 @@ struct rx_run_argument {
     bool omitted = false;
 };
 
-/// Runs a command line: the script's name and, behind it, one argument string. `home` is the installation directory;
-/// null takes it from the environment variable REXXHOME, without which the process ends with a message and code 1.
-/// `program`, when given, keeps the parsed program between calls: the script isn't read again until the time of its
-/// file gets newer. `result`, when given, receives the text left by EXIT, or nothing. Returns the run's code.
+/// Runs a command line: the script's name and, behind it, one argument string. `home` is the installation directory, or
+/// the path of the program file in it when that isn't called "vandra"; null takes it from the environment variable
+/// REXXHOME, without which the process ends with a message and code 1. `program`, when given, keeps the parsed program
+/// between calls: the script isn't read again until the time of its file gets newer. `result`, when given, receives the
+/// text left by EXIT, or nothing. Returns the run's code.
 int run_rx(std::string_view command, const char *home, std::unique_ptr<rx_program> *program = nullptr,
            std::optional<std::string> *result = nullptr);
 
@@ -37,8 +38,10 @@ int rx_run_args(std::string_view command, const char *home, std::unique_ptr<rx_p
 /// Words of the process's own command line, the script's name first; empty in an embedding program.
 inline std::vector<std::string> rx_command_words;
 
-/// The installation directory with a "/" at its end, for the run in force.
+/// The installation directory with a "/" at its end, for the run in force, and the name that the interpreter's program
+/// file has in it.
 inline rx_run_local<std::string> rx_home_directory;
+inline rx_run_local<std::string> rx_program_name;
 
 /// The directory of the running program: where the name leads by which it was called, else where the system says that it
 /// is. Empty when neither is known.

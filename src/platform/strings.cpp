@@ -28,6 +28,18 @@ std::string rx_uppered(std::string_view text) {
     return result;
 }
 
+std::string rx_hexadecimal(std::string_view bytes) {
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    text.reserve(bytes.size() * 2);
+    for (char c : bytes) {
+        auto byte = static_cast<unsigned char>(c);
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+
 bool rx_equal_nocase(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
     return std::equal(a.begin(), a.end(), b.begin(),

@@ -24,6 +24,9 @@ std::string rx_uppered(std::string_view text);
 /// True when the texts are equal without regard to the case of ASCII letters.
 bool rx_equal_nocase(std::string_view a, std::string_view b);
 
+/// Two lower-case hexadecimal digits for each byte.
+std::string rx_hexadecimal(std::string_view bytes);
+
 /// The words of a text, cut at blanks only; runs of blanks give no empty words. The views point into the text.
 std::vector<std::string_view> rx_split_words(std::string_view text);
 

@@ -88,6 +88,16 @@ TEST_F(embedding, explicit_arguments_keep_their_places) {
     EXPECT_EQ(result, "3 a b 1 c");
 }
 
+TEST_F(embedding, a_home_that_is_a_file_is_the_program_of_child_runs) {
+    std::string program = script("runner", "#!/bin/sh\nexit 9\n");
+    fs::permissions(program, fs::perms::owner_all);
+    std::string child = script("child.vnd", "exit 3\n");
+    std::string caller = script("caller.vnd", "option noload\ncall '" + child + "'\nexit result\n");
+    EXPECT_EQ(run_rx(caller, program.c_str(), nullptr, &result), 9);
+    // Without the interpreter's program nothing else is started in its place.
+    EXPECT_EQ(run_rx(caller, directory.c_str(), nullptr, &result), 28);
+}
+
 std::string inner_script;
 int inner_code;
 
