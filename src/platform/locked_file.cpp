@@ -1,6 +1,6 @@
 #include "platform/locked_file.h"
 
-#include "platform/files.h"
+#include "platform/world.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -42,15 +42,18 @@ struct open_file {
         return S_ISREG(status.st_mode) ? rx_file_result::done : rx_file_result::absent;
     }
 
-    /// One attempt to lock.
-    rx_file_result lock(short kind) const {
+    /// Asks for the lock until it is to be had or no attempt is left.
+    rx_file_result lock(short kind, int &attempts) const {
         struct flock range = {};
         range.l_type = kind;
         range.l_whence = SEEK_SET;
         range.l_len = locked_bytes;
-        if (::fcntl(descriptor, F_OFD_SETLK, &range) == 0) return rx_file_result::done;
-        bool busy = errno == EAGAIN || errno == EACCES || errno == EINTR;
-        return busy ? rx_file_result::busy : rx_file_result::failed;
+        for (; attempts > 0; attempts--) {
+            if (::fcntl(descriptor, F_OFD_SETLK, &range) == 0) return rx_file_result::done;
+            if (errno != EAGAIN && errno != EACCES && errno != EINTR) return rx_file_result::failed;
+            ::nanosleep(&lock_pause, nullptr);
+        }
+        return rx_file_result::busy;
     }
 
     /// True while the path still leads to this file.
@@ -58,6 +61,8 @@ struct open_file {
         struct stat now = {};
         return ::stat(path.c_str(), &now) == 0 && now.st_ino == status.st_ino && now.st_dev == status.st_dev;
     }
+
+    bool truncate() const { return ::ftruncate(descriptor, 0) == 0; }
 
     bool write(std::string_view bytes) const {
         while (!bytes.empty()) {
@@ -72,25 +77,11 @@ struct open_file {
 
 /// Opens a file for a change and locks it, however often it is replaced or deleted meanwhile.
 rx_file_result open_for_change(open_file &file, const std::string &path, int flags, unsigned mode = 0) {
-    rx_file_result result = file.open(path, O_WRONLY | flags, mode);
-    for (int attempt = 0; result == rx_file_result::done; attempt++) {
-        result = file.lock(F_WRLCK);
-        if (result == rx_file_result::done) {
-            if (file.is_at(path)) return result;
-            result = file.open(path, O_WRONLY | flags, mode);
-        } else if (result == rx_file_result::busy && attempt < lock_attempts) {
-            ::nanosleep(&lock_pause, nullptr);
-            result = rx_file_result::done;
-        }
+    for (int attempts = lock_attempts;;) {
+        rx_file_result result = file.open(path, O_WRONLY | flags, mode);
+        if (result == rx_file_result::done) result = file.lock(F_WRLCK, attempts);
+        if (result != rx_file_result::done || file.is_at(path)) return result;
     }
-    return result;
-}
-
-bool put_together(const std::string &draft, std::string_view bytes, unsigned mode) {
-    open_file file;
-    bool written = file.open(draft, O_WRONLY | O_CREAT | O_TRUNC, mode) == rx_file_result::done && file.write(bytes);
-    if (!written && file.descriptor >= 0) ::unlink(draft.c_str());
-    return written;
 }
 
 /// Lets the path lead to the new file. Where two files can change places that is a hundred times faster than to move one
@@ -107,8 +98,8 @@ rx_file_result rx_read_locked(const std::string &path, std::string &bytes) {
     open_file file;
     rx_file_result result = file.open(path, O_RDONLY);
     if (result != rx_file_result::done) return result;
-    for (int attempt = 0; (result = file.lock(F_RDLCK)) == rx_file_result::busy && attempt < lock_attempts; attempt++)
-        ::nanosleep(&lock_pause, nullptr);
+    int attempts = lock_attempts;
+    result = file.lock(F_RDLCK, attempts);
     if (result != rx_file_result::done) return result;
     // Only now its size can't change any more.
     if (::fstat(file.descriptor, &file.status) != 0) return rx_file_result::failed;
@@ -124,20 +115,26 @@ rx_file_result rx_read_locked(const std::string &path, std::string &bytes) {
 
 rx_file_result rx_write_locked(const std::string &path, const std::string &draft, std::string_view bytes,
                                unsigned mode) {
+    rx_world_changes++;
     open_file file;
     rx_file_result result = open_for_change(file, path, O_CREAT, mode);
     if (result == rx_file_result::absent) return rx_file_result::failed;
     if (result != rx_file_result::done) return result;
-    if (put_together(draft, bytes, mode)) {
-        bool replaced = replace(path, draft);
+    open_file fresh;
+    if (fresh.open(draft, O_WRONLY | O_CREAT | O_TRUNC, mode) == rx_file_result::done) {
+        bool whole = fresh.write(bytes), replaced = whole && replace(path, draft);
         ::unlink(draft.c_str());
         if (replaced) return rx_file_result::done;
+        // Where there is no room for the new bytes the old ones stay.
+        if (!whole) return rx_file_result::failed;
     }
-    bool written = ::ftruncate(file.descriptor, 0) == 0 && file.write(bytes);
-    return written ? rx_file_result::done : rx_file_result::failed;
+    if (file.truncate() && file.write(bytes)) return rx_file_result::done;
+    file.truncate(); // nothing is better than a part
+    return rx_file_result::failed;
 }
 
 rx_file_result rx_remove_locked(const std::string &path) {
+    rx_world_changes++;
     open_file file;
     rx_file_result result = open_for_change(file, path, 0);
     if (result != rx_file_result::done) return result;

@@ -21,7 +21,7 @@ rx_file_result rx_read_locked(const std::string &path, std::string &bytes);
 
 /// Replaces a file, or makes one with these permissions. `draft` is the path on which the new bytes are put together:
 /// no other process may use it; on another file system than the file's it is of no use, and the file is written where
-/// it lies.
+/// it lies. When there is no room for the new bytes the old ones stay.
 rx_file_result rx_write_locked(const std::string &path, const std::string &draft, std::string_view bytes,
                                unsigned mode);
 
