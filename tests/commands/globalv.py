@@ -3,7 +3,8 @@
 
     globalv.py [--seconds N] VANDRA
 
-Eight programs set, put, get and purge the same names for N seconds (3 unless told) while some of them are killed.
+Eight programs set, put, get and purge the same names for N seconds (3 unless told) while others that do the same are
+killed. One group is never purged: what was stored there once may change but never get lost.
 """
 
 import argparse
@@ -20,6 +21,7 @@ import time
 PROGRAMS = 8
 LOCK_SECONDS = 3
 GROUP = "756e6e616d6564"  # "unnamed"
+KEPT = "6b657074"  # "kept"
 
 failures = []
 
@@ -54,29 +56,30 @@ class Place:
 
 # A value tells its own length and is one letter over and over.
 STORM = """
-me = {me}; names = 'alpha beta gamma delta'; verbs = 'set sets setp'
+me = {me}; names = 'alpha beta gamma delta'; verbs = 'set sets setp'; kept = 'select kept '
 call random 1, 2, me
 ends = time('s') + {seconds}; count = 0; busy = 0
 do while time('s') < ends
-   name = word(names, random(1, 4)); what = random(1, 10)
+   name = word(names, random(1, 4)); what = random(1, 10); group = copies(kept, random(0, 1))
    select
       when what <= 3 then do
-         'globalv' word(verbs, what) name made()
+         'globalv' group || word(verbs, what) name made()
          call answer 'set'
       end
       when what = 4 then do
          call value name, made()
-         'globalv put' name
+         'globalv' group'put' name
          call answer 'put'
       end
       when what = 5 & random(1, 5) = 1 then do
-         'globalv purge'
+         'globalv select unnamed purge'
          call answer 'purge'
       end
       otherwise
-         'globalv get' name
+         call value name, 'untouched'
+         'globalv' group'get' name
          call answer 'get'
-         call whole value(name)
+         if rc = 0 then call whole value(name)
    end
    count = count + 1
 end
@@ -92,15 +95,39 @@ made:
    size = word('1 20 5000 300000', random(1, 4))
    return size || ':' || copies(letter, size)
 whole:
-   if arg(1) = '' then return
+   if arg(1) = '' & group = '' then return
    parse arg size ':' text
    if length(text) \\= size | verify(text, left(text, 1)) \\= 0 then say 'torn:' size length(text) left(text, 20)
    return
 """
 
 
+# Afterwards nobody is in the way of anybody.
+CALM = """
+do verb in 'set sets setp'
+   do name in 'alpha beta gamma delta'
+      'globalv' verb name '1:a'; if rc \\= 0 then say verb name rc
+      'globalv select kept' verb name '1:a'; if rc \\= 0 then say 'kept' verb name rc
+      'globalv get' name; if rc \\= 0 | value(name) \\= '1:a' then say 'get' name rc value(name)
+   end
+end
+'globalv purge'; if rc \\= 0 then say 'purge' rc
+"""
+
+
+def values(place, storage):
+    """What lies in all trees: the file and its bytes."""
+    for tree in (storage, "session", "lasting"):
+        for group in (GROUP, KEPT):
+            folder = os.path.join(place.base, tree, group)
+            for name in os.listdir(folder) if os.path.isdir(folder) else ():
+                yield os.path.join(folder, name)
+
+
 def storm(place, seconds):
-    keeper = place.start("keeper.vnd", "'globalv set one 1'\nsay 'ready'\nparse pull\n")
+    keeper = place.start("keeper.vnd", "do name in 'alpha beta gamma delta'\n"
+                                       "do verb in 'sets setp'; 'globalv select kept' verb name '1:a'; end; end\n"
+                                       "say 'ready'\nparse pull\n")
     keeper.stdout.readline()
     storage = place.storages()[0]
     shared = {"vandra_STORAGE_GL": os.path.join(place.base, storage), "vandra_GL_INI_IS_DONE": "1"}
@@ -121,13 +148,17 @@ def storm(place, seconds):
         check("a program in the storm", (program.returncode, output), (0, ""))
     if victims == 0:
         failures.append("nobody was killed")
-    # What was stored for good is whole in all trees.
-    for tree in (storage, "session", "lasting"):
-        for name in os.listdir(os.path.join(place.base, tree, GROUP)):
-            with open(os.path.join(place.base, tree, GROUP, name), "rb") as file:
-                size, _, text = file.read().partition(b":")
-            if size != b"1" or text:
-                check(f"{tree}/{name}", text != b"" and text == text[:1] * int(size), size != b"")
+    for path in values(place, storage):
+        with open(path, "rb") as file:
+            size, _, text = file.read().partition(b":")
+        # A program that is killed between the two steps of making a file leaves an empty one.
+        whole = text != b"" and text == text[:1] * int(size)
+        check(path, whole or (size == b"" and KEPT not in path), True)
+        try:
+            lock(path).close()
+        except OSError as error:
+            check(f"the lock of {path}", error, "free")
+    check("after the storm", place.run("calm.vnd", CALM, **shared), "")
     keeper.kill()
     keeper.communicate()
 
@@ -153,10 +184,14 @@ def locks(place):
     setting = place.start("set.vnd", "'globalv setp held new'; say rc\n", vandra_GL_INI_IS_DONE="1")
     check("setp while it is locked", setting.communicate(timeout=30)[0], b"1505000\n")
     held = place.start("both.vnd", "'globalv set held mine'; say rc\nparse pull\n'globalv get held'\n"
-                                   "say rc held; 'globalv purge'; say rc\n", vandra_GL_INI_IS_DONE="1")
+                                   "say rc held; call time 'r'; 'globalv purge'; say rc time('e')\n",
+                       vandra_GL_INI_IS_DONE="1")
     check("set", held.stdout.readline(), b"0\n")
     mine = lock(os.path.join(place.base, f"storage.{held.pid}", GROUP, "48454c44"))
-    check("get and purge while it is locked", held.communicate(timeout=30)[0], b"1505000 HELD\n1505000\n")
+    *codes, waited = held.communicate(timeout=30)[0].split()
+    check("get and purge while it is locked", codes, [b"1505000", b"HELD", b"1505000"])
+    # This one waits for nothing but the lock: no disk can hold it up.
+    check(f"{waited} seconds for a lock", LOCK_SECONDS <= float(waited) < 2 * LOCK_SECONDS, True)
     mine.close()
     # A child that dies with the lock.
     holder.close()
