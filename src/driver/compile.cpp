@@ -18,6 +18,7 @@ constexpr int exit_usage = 1;
 constexpr int exit_not_opened = 2;
 constexpr int exit_not_read = 3;
 constexpr int exit_not_written = 5;
+constexpr int invalid_compiled = 76;
 constexpr unsigned output_mode = 0755;
 
 struct compile_request {
@@ -100,9 +101,12 @@ int compile(const compile_request &request) {
     program.rc_lines = rx_load_rc(program.source, request.home);
     rx_source_entry entry;
     entry.name = request.input;
-    entry.length = program.source.size();
     program.entries.push_back(entry);
-    rx_scan_result scanned = lex(program.source, program.arena);
+    bool compiled;
+    rx_scan_result scanned = rx_scan_source(program.source, program.arena, true, compiled);
+    // What is compiled already has no words to be compiled.
+    if (compiled) scanned.error = invalid_compiled;
+    program.entries[0].length = program.source.size();
     program.entries[0].last_line = static_cast<int>(scanned.lines);
     if (scanned.error) {
         rx_error.number = scanned.error;

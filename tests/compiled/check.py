@@ -143,6 +143,9 @@ def check_tool(place):
     check("default name, quotes", vcmp('"good'), (0, b"", b""))
     check("mode of an old file", oct(os.stat(place + "/good.vn").st_mode & 0o777), "0o640")
     check("run", run("good.vn", "a  b", where=place), (0, b"good a  b\n", b""))
+    code, output, errors = vcmp("good.vn")
+    check("compiled again", (code, output.endswith(b'line 1 in file "good.vn": Invalid compiled file.\n'), errors),
+          (76, True, b""))
     shutil.copy(place + "/good.vn", place + "/kept")
     check("called", run(caller(place, "kept 'x'"), where=place), (0, b"good x\ndone\n", b""))
 
