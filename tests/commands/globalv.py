@@ -102,6 +102,12 @@ whole:
 """
 
 
+# Most of its life is the writing of a value, so that its end falls into it.
+VICTIM = """
+value = '300000:'copies('v', 300000)
+do forever; 'globalv select kept set alpha' value; end
+"""
+
 # Afterwards nobody is in the way of anybody.
 CALM = """
 do verb in 'set sets setp'
@@ -138,7 +144,8 @@ def storm(place, seconds):
     victims = 0
     while time.monotonic() - begin < seconds - 1:
         time.sleep(random.uniform(0.05, 0.2))
-        victim = place.start("victim.vnd", STORM.format(me=100 + victims, seconds=60), **shared)
+        text = STORM.format(me=100 + victims, seconds=60) if victims % 2 else VICTIM
+        victim = place.start("victim.vnd", text, **shared)
         time.sleep(random.uniform(0.05, 0.2))
         victim.send_signal(signal.SIGKILL)
         victim.communicate()
