@@ -1,10 +1,10 @@
 // Paths longer than the system takes: deep trees have such. Only files of this folder include this.
 #pragma once
 
-#include <cerrno>
+#include "platform/descriptor.h"
+
 #include <fcntl.h>
 #include <string>
-#include <unistd.h>
 
 /// A path as the "at" calls want it: a directory and what is left of the path behind it. A short path goes with the
 /// current directory; of a long one the front is opened piece by piece. A path that holds a NUL, which would mean
@@ -41,21 +41,6 @@ private:
         if (directory >= 0) ::close(directory);
         errno = error;
     }
-};
-
-/// An open file, closed with it; the error number survives.
-struct rx_descriptor {
-    int number;
-
-    explicit rx_descriptor(int opened) : number(opened) {}
-    ~rx_descriptor() {
-        int error = errno;
-        if (number >= 0) ::close(number);
-        errno = error;
-    }
-    rx_descriptor(const rx_descriptor &) = delete;
-    rx_descriptor &operator=(const rx_descriptor &) = delete;
-    bool good() const { return number >= 0; }
 };
 
 inline int rx_open_at(const std::string &path, int flags, unsigned mode = 0) {

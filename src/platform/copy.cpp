@@ -29,11 +29,7 @@ bool transfer(int from, int to) {
         ssize_t got = ::read(from, block.data(), block.size());
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return got == 0;
-        for (ssize_t done = 0; done < got;) {
-            ssize_t written = ::write(to, block.data() + done, static_cast<size_t>(got - done));
-            if (written < 0 && errno != EINTR) return false;
-            if (written > 0) done += written;
-        }
+        if (!rx_write_all(to, {block.data(), static_cast<size_t>(got)})) return false;
     }
 }
 

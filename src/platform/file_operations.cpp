@@ -22,17 +22,6 @@ bool unlink_at(const std::string &path, int flags) {
     return ::unlinkat(at.directory, at.rest, flags) == 0;
 }
 
-bool write_all(int file, const char *bytes, size_t size) {
-    while (size) {
-        ssize_t written = ::write(file, bytes, size);
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return false;
-        bytes += written;
-        size -= static_cast<size_t>(written);
-    }
-    return true;
-}
-
 } // namespace
 
 bool rx_remove_file(const std::string &path) {
@@ -56,7 +45,7 @@ bool wipe(int file, int64_t size, wipe_pass pass) {
             if (got < 0 && errno != EINTR) return false;
             filled += static_cast<size_t>(std::max<ssize_t>(got, 0));
         }
-        if (!write_all(file, block.data(), length)) return false;
+        if (!rx_write_all(file, {block.data(), length})) return false;
         left -= static_cast<int64_t>(length);
     }
     return ::fsync(file) == 0;
@@ -85,24 +74,44 @@ bool rx_wipe_file(const std::string &path) {
 
 // ---- moving ---------------------------------------------------------------------------------------------------------
 
+namespace {
+
+bool rename_at(const std::string &from, const std::string &to) {
+    rx_at_path source(from), target(to);
+    return ::renameat(source.directory, source.rest, target.directory, target.rest) == 0;
+}
+
+/// A name in the directory of a path that nothing has.
+std::string free_name_beside(const std::string &path) {
+    std::string front = path.substr(0, path.rfind('/') + 1) + ".moving-" + std::to_string(::getpid()) + "-", name;
+    rx_path_status status;
+    int number = 0;
+    do name = front + std::to_string(++number);
+    while (rx_get_path_status(name, false, status));
+    return name;
+}
+
+} // namespace
+
 bool rx_move(const std::string &from, const std::string &to) {
     rx_world_changes++;
-    {
-        rx_at_path source(from), target(to);
-        if (::renameat(source.directory, source.rest, target.directory, target.rest) == 0) return true;
-    }
+    if (rename_at(from, to)) return true;
     if (errno != EXDEV) return false;
-    rx_path_status there;
-    if (rx_get_path_status(to, false, there) && there.type == rx_file_type::directory) {
-        errno = EISDIR;
-        return false;
+    rx_path_status source, target;
+    if (rx_get_path_status(to, false, target)) {
+        // One file can be seen at two places; its copy would go with it.
+        bool same = rx_get_path_status(from, false, source) && rx_same_file(source, target);
+        errno = same ? EEXIST : EISDIR;
+        if (same || target.type == rx_file_type::directory) return false;
     }
+    // What has the new name is replaced once all of the copy is there.
+    std::string copy = free_name_beside(to);
     rx_copying copying;
     copying.as_it_is = true;
-    rx_copy(from, to, copying);
-    if (copying.failures.empty()) return rx_remove_tree(from);
-    int error = copying.failures[0].error;
-    rx_remove_tree(to);
+    rx_copy(from, copy, copying);
+    if (copying.failures.empty() && rename_at(copy, to)) return rx_remove_tree(from);
+    int error = copying.failures.empty() ? errno : copying.failures[0].error;
+    rx_remove_tree(copy);
     errno = error;
     return false;
 }
@@ -243,7 +252,7 @@ rx_transfer_failure rx_append_file(const std::string &target, const std::string 
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return rx_transfer_failure::read;
         if (got == 0) break;
-        if (!write_all(to.number, block.data(), static_cast<size_t>(got))) return rx_transfer_failure::write;
+        if (!rx_write_all(to.number, {block.data(), static_cast<size_t>(got)})) return rx_transfer_failure::write;
         left -= got;
     }
     return rx_transfer_failure::none;

@@ -15,7 +15,7 @@ bool rx_remove_file(const std::string &path);
 bool rx_wipe_file(const std::string &path);
 
 /// Gives a file or directory another name; an existing file of that name goes. Across file systems it is copied and
-/// then removed, and it stays where it was unless all of it could be copied.
+/// then removed; unless all of it could be copied it stays where it was, and so does what had the name.
 bool rx_move(const std::string &from, const std::string &to);
 
 /// Makes a directory and all that are missing above it.

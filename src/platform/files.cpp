@@ -1,5 +1,7 @@
 #include "platform/files.h"
 
+#include "platform/descriptor.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -64,13 +66,7 @@ bool rx_new_file::create(std::string_view path, unsigned mode) {
 }
 
 bool rx_new_file::write(std::string_view bytes) {
-    while (!bytes.empty()) {
-        ssize_t done = ::write(file_, bytes.data(), bytes.size());
-        if (done < 0 && errno == EINTR) continue;
-        if (done < 0) return false;
-        bytes.remove_prefix(static_cast<size_t>(done));
-    }
-    return true;
+    return rx_write_all(file_, bytes);
 }
 
 bool rx_new_file::close() {

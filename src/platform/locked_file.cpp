@@ -1,5 +1,6 @@
 #include "platform/locked_file.h"
 
+#include "platform/descriptor.h"
 #include "platform/world.h"
 
 #include <cerrno>
@@ -64,15 +65,7 @@ struct open_file {
 
     bool truncate() const { return ::ftruncate(descriptor, 0) == 0; }
 
-    bool write(std::string_view bytes) const {
-        while (!bytes.empty()) {
-            ssize_t done = ::write(descriptor, bytes.data(), bytes.size());
-            if (done < 0 && errno == EINTR) continue;
-            if (done <= 0) return false;
-            bytes.remove_prefix(static_cast<size_t>(done));
-        }
-        return true;
-    }
+    bool write(std::string_view bytes) const { return rx_write_all(descriptor, bytes); }
 };
 
 /// Opens a file for a change and locks it, however often it is replaced or deleted meanwhile.

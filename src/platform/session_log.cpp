@@ -42,16 +42,6 @@ struct session_log {
         return ::pipe2(stop, O_CLOEXEC) == 0;
     }
 
-    static void put(int descriptor, const char *bytes, ssize_t count) {
-        while (count > 0) {
-            ssize_t written = ::write(descriptor, bytes, static_cast<size_t>(count));
-            if (written < 0 && errno == EINTR) continue;
-            if (written <= 0) return;
-            bytes += written;
-            count -= written;
-        }
-    }
-
     /// Copies what is in a pipe at the moment; false at its end.
     bool copy(size_t i) const {
         char block[16384];
@@ -59,8 +49,7 @@ struct session_log {
             ssize_t got = ::read(sources[i], block, sizeof block);
             if (got < 0 && errno == EINTR) continue;
             if (got <= 0) return got < 0;
-            put(before[i], block, got);
-            put(file, block, got);
+            for (int target : {before[i], file}) rx_write_all(target, {block, static_cast<size_t>(got)});
         }
     }
 

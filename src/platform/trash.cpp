@@ -96,7 +96,7 @@ std::string claim_name(const std::string &trash, const std::string &wanted, cons
         rx_descriptor file(rx_open_at(path, O_WRONLY | O_CREAT | O_EXCL, 0600));
         if (!file.good() && errno == EEXIST) continue;
         if (!file.good()) return {};
-        if (::write(file.number, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+        if (!rx_write_all(file.number, text)) {
             rx_remove_file(path);
             return {};
         }

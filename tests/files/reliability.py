@@ -302,6 +302,14 @@ def test_moving_to_another_disk():
         assert lines == [". 0 0 0"], lines
         assert read(other + "/d/l") == b"data" and os.readlink(other + "/d/l") == "e/f"
         assert os.stat(other + "/d/e/f").st_mtime == 1000000000 and read(other + "/one") == b"1"
+        # What has the new name goes for a file or a link, and stays when the move fails.
+        os.mkdir("d")
+        os.symlink("nowhere", "link")
+        write(other + "/two", b"2")
+        lines = run(f"say mv('d', '{other}/one') rc mv('link', '{other}/two') || '.' rc lstate('link')")
+        assert lines == ['RENAME() error: Unable to rename "d" (Not a directory). -1 . 0 0'], lines
+        assert os.path.isdir("d") and read(other + "/one") == b"1" and os.readlink(other + "/two") == "nowhere"
+        assert sorted(os.listdir(other)) == ["d", "one", "two"]
     finally:
         shutil.rmtree(other)
 
