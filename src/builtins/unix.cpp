@@ -8,6 +8,7 @@
 #include "builtins/stems.h"
 #include "engine/engine.h"
 #include "engine/host_resolve.h"
+#include "engine/line_cutter.h"
 #include "platform/capture.h"
 #include "platform/clock.h"
 #include "platform/console.h"
@@ -15,6 +16,7 @@
 #include "platform/files.h"
 #include "platform/strings.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace {
@@ -29,60 +31,16 @@ struct command_style {
     bool reports = true; ///< tells of a code that isn't 0
 };
 
-// ---- what is captured -----------------------------------------------------------------------------------------------
+/// Fills a stem with the lines of an output.
+struct line_filler {
+    bu_stem stem;
+    size_t count = 0;
+    rx_line_cutter lines{[this](std::string_view line) { stem.set(++count, rx_string(line)); }};
 
-/// Fills a stem with lines as they come. A carriage return at a line's end goes, and so does a last line that only
-/// holds the end-of-file character of old systems.
-class line_filler {
-public:
-    explicit line_filler(std::string_view stem) : stem_(stem) {}
-
-    void take(std::string_view block) {
-        for (size_t feed; (feed = block.find('\n')) != std::string_view::npos; block.remove_prefix(feed + 1)) {
-            if (rest_.empty()) {
-                add(block.substr(0, feed));
-            } else {
-                rest_ += block.substr(0, feed);
-                add(rest_);
-                rest_.clear();
-            }
-        }
-        rest_ += block;
-    }
-
+    explicit line_filler(std::string_view name) : stem(name) {}
     void finish() {
-        if (!rest_.empty()) add(rest_);
-        stem_.set(0, bu_count(count_));
-    }
-
-private:
-    static constexpr std::string_view old_end_of_file = "\x1A";
-
-    void add(std::string_view line) {
-        if (held_) store(old_end_of_file);
-        if (line.ends_with('\r')) line.remove_suffix(1);
-        held_ = line == old_end_of_file;
-        if (!held_) store(line);
-    }
-    void store(std::string_view line) { stem_.set(++count_, rx_string(line)); }
-
-    bu_stem stem_;
-    std::string rest_; ///< the beginning of a line that isn't complete
-    bool held_ = false;
-    size_t count_ = 0;
-};
-
-struct capture_sink final : rx_block_sink {
-    std::optional<line_filler> fillers[2]; ///< of the output, of the errors
-    bool show = false;
-
-    void take(std::string_view block, bool errors) override {
-        if (fillers[errors]) fillers[errors]->take(block);
-        if (!show) return;
-        if (errors)
-            rx_console_write(2, block);
-        else
-            rx_write(block);
+        lines.finish();
+        stem.set(0, bu_count(count));
     }
 };
 
@@ -151,12 +109,16 @@ rx_value run_command(const rx_expr *list, const command_style &style) {
     start.errors = pipes[1].write_end;
     int process = rx_start_process(start, error);
     for (rx_pipe &pipe : pipes) pipe.close_write_end();
-    capture_sink sink;
-    sink.show = style.tee;
+    std::optional<line_filler> fillers[2];
     for (int i = 0; i < 2; i++)
-        if (!stems[i].empty()) sink.fillers[i].emplace(stems[i]);
-    if (process >= 0) rx_read_pipes(pipes[0], pipes[1], sink);
-    for (auto &filler : sink.fillers)
+        if (!stems[i].empty()) fillers[i].emplace(stems[i]);
+    auto take = [&](std::string_view block, bool errors) {
+        if (fillers[errors]) fillers[errors]->lines.take(block);
+        if (style.tee && errors) rx_console_write(2, block);
+        if (style.tee && !errors) rx_write(block);
+    };
+    if (process >= 0) rx_read_pipes(pipes[0], pipes[1], take);
+    for (auto &filler : fillers)
         if (filler) filler->finish();
     if (process < 0) return not_started_because(error);
     int code = rx_wait_process(process);

@@ -2,7 +2,8 @@
 #include "base/output.h"
 #include "engine/host.h"
 #include "engine/host_resolve.h"
-#include "platform/process.h"
+#include "engine/line_cutter.h"
+#include "platform/capture.h"
 
 #include <cerrno>
 #include <cstring>
@@ -10,59 +11,6 @@
 namespace {
 
 constexpr int no_pipe = 58, unreadable_pipe = 59, not_started = 86;
-constexpr size_t block_size = 65536;
-
-/// Cuts an output into lines as it comes. A carriage return at a line's end goes, and so does a last line that only
-/// holds the end-of-file character of old systems.
-class line_cutter {
-public:
-    line_cutter(std::vector<std::string> &lines, const rx_capture_options &options)
-        : lines_(lines), options_(options) {}
-
-    void take(std::string_view block) {
-        for (size_t feed; (feed = block.find('\n')) != std::string_view::npos; block.remove_prefix(feed + 1)) {
-            rest_ += block.substr(0, feed);
-            finish_line();
-        }
-        rest_ += block;
-    }
-
-    /// To be called at the end of the output.
-    void finish() {
-        if (!rest_.empty()) finish_line();
-    }
-
-private:
-    static constexpr std::string_view old_end_of_file = "\x1A";
-
-    void finish_line() {
-        if (held_back_) add(std::string(old_end_of_file));
-        if (rest_.ends_with('\r')) rest_.pop_back();
-        held_back_ = rest_ == old_end_of_file;
-        if (!held_back_) add(std::move(rest_));
-        rest_.clear();
-    }
-
-    void add(std::string &&line) {
-        if (options_.echo && (!options_.shows || options_.shows(line))) rx_write(line + "\n");
-        lines_.push_back(std::move(line));
-    }
-
-    std::vector<std::string> &lines_;
-    const rx_capture_options &options_;
-    std::string rest_;       ///< the beginning of a line that isn't complete
-    bool held_back_ = false; ///< the last line holds that character: it counts only when another follows
-};
-
-/// Reads a pipe to its end; false when that fails.
-bool read_all(const rx_pipe &pipe, line_cutter &lines) {
-    char block[block_size];
-    for (;;) {
-        long got = pipe.read(block, block_size);
-        if (got <= 0) return got == 0;
-        lines.take({block, static_cast<size_t>(got)});
-    }
-}
 
 } // namespace
 
@@ -96,8 +44,12 @@ rx_capture rx_capture_command(std::string_view command, const rx_capture_options
         capture.code = static_cast<int>(rx_keep_process(process));
         return capture;
     }
-    line_cutter lines(capture.lines, options);
-    if (!read_all(pipe, lines)) capture.error = unreadable_pipe;
+    rx_line_cutter lines([&](std::string_view line) {
+        capture.lines.emplace_back(line);
+        if (options.echo && (!options.shows || options.shows(line))) rx_write(capture.lines.back() + "\n");
+    });
+    bool well = rx_read_pipes(pipe, rx_pipe(), [&](std::string_view block, bool) { lines.take(block); });
+    if (!well) capture.error = unreadable_pipe;
     lines.finish();
     int code = rx_wait_process(process);
     capture.code = code < 0 ? 128 - code : code;

@@ -15,7 +15,7 @@ void widen(const rx_pipe &pipe) {
 
 } // namespace
 
-bool rx_read_pipes(const rx_pipe &output, const rx_pipe &errors, rx_block_sink &sink) {
+bool rx_read_pipes(const rx_pipe &output, const rx_pipe &errors, const rx_block_sink &sink) {
     widen(output);
     widen(errors);
     pollfd waits[2] = {{output.read_end, POLLIN, 0}, {errors.read_end, POLLIN, 0}};
@@ -30,7 +30,7 @@ bool rx_read_pipes(const rx_pipe &output, const rx_pipe &errors, rx_block_sink &
         for (int i = 0; i < 2; i++) {
             if (waits[i].fd < 0 || (both && !waits[i].revents)) continue;
             long got = (i ? errors : output).read(block.data(), block.size());
-            if (got > 0) sink.take({block.data(), static_cast<size_t>(got)}, i == 1);
+            if (got > 0) sink({block.data(), static_cast<size_t>(got)}, i == 1);
             if (got < 0) well = false;
             if (got <= 0) waits[i].fd = -1;
         }

@@ -3,13 +3,10 @@
 
 #include "platform/process.h"
 
-/// Takes a block that came from standard output, or standard error.
-struct rx_block_sink {
-    virtual void take(std::string_view block, bool errors) = 0;
+#include <functional>
 
-protected:
-    ~rx_block_sink() = default;
-};
+/// Takes a block that came from standard output, or standard error.
+using rx_block_sink = std::function<void(std::string_view block, bool errors)>;
 
 /// Reads the pipes that are open until nobody writes to them any more. False when reading fails.
-bool rx_read_pipes(const rx_pipe &output, const rx_pipe &errors, rx_block_sink &sink);
+bool rx_read_pipes(const rx_pipe &output, const rx_pipe &errors, const rx_block_sink &sink);
