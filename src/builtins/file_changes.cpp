@@ -7,6 +7,7 @@
 #include "platform/strings.h"
 #include "platform/trash.h"
 
+#include <algorithm>
 #include <climits>
 
 namespace {

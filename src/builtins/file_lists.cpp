@@ -10,7 +10,7 @@
 #include "values/regex.h"
 
 #include <algorithm>
-#include <climits>
+#include <cerrno>
 
 namespace {
 
@@ -67,6 +67,7 @@ void list_matching(std::string_view name, bool ignore_case, std::vector<std::str
     rx_path_status status;
     std::vector<rx_directory_entry> entries;
     bool hidden = *bu_no_follow && rx_get_path_status(directory, false, status) && status.type == rx_file_type::link;
+    if (hidden) errno = ENOTDIR;
     if (hidden || !rx_list_directory(directory, entries)) return problems.add(prefix.empty() ? "." : prefix);
     wildcard wanted(pattern.empty() ? "*" : pattern, ignore_case);
     for (const rx_directory_entry &entry : entries)

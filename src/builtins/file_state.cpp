@@ -10,7 +10,6 @@
 #include "platform/files.h"
 #include "platform/strings.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -75,7 +74,7 @@ const question &find_question(bu_args &args) {
     std::string what = rx_lowered(args.text_or(1, "e"));
     bool letter = what.size() == 1;
     for (const question &each : questions)
-        if (letter ? each.letter == what[0] : each.word == what) return each;
+        if (letter ? each.letter && each.letter == what[0] : each.word == what) return each;
     args.fail(1, letter ? "argument 2 must be D|E|F|L|O|R|W|X|Z|S|Y|P|N."
                         : "argument 2 must be "
                           "directory|exists|file|link|owns|read|write|execute|zero|size|system|stamp|owner.");
@@ -134,16 +133,26 @@ rx_value bu_fileislocked(const rx_expr *list) {
 
 // ---- links ----------------------------------------------------------------------------------------------------------
 
+namespace {
+
+/// What a link has to tell, by one of the platform's functions.
+rx_value ask_link(const rx_expr *list, const char *function, const char *complaint,
+                  bool (*ask)(const std::string &path, std::string &answer)) {
+    bu_args args(list, function, 1, 1, complaint);
+    std::string answer;
+    bool found = ask(bu_solve_name(args.text(0)), answer);
+    return bu_status(found ? 0 : failed, answer);
+}
+
+} // namespace
+
 /// follow(name)
 /// The path that a name leads to when all links in it are resolved.
 /// Result: string, RC 0; empty with RC -1 when there is nothing
 /// Errors: 40 for a wrong count
 /// Example: follow('/proc/../etc/passwd') -> /etc/passwd
 rx_value bu_follow(const rx_expr *list) {
-    bu_args args(list, "FOLLOW", 1, 1, "must receive 1 argument.");
-    std::string resolved;
-    bool found = rx_resolve_path(bu_solve_name(args.text(0)), resolved);
-    return bu_status(found ? 0 : failed, resolved);
+    return ask_link(list, "FOLLOW", "must receive 1 argument.", rx_resolve_path);
 }
 
 /// dofollow(ON|OFF)
@@ -165,10 +174,7 @@ rx_value bu_dofollow(const rx_expr *list) {
 /// Errors: 40 for a wrong count
 /// Example: readlink('/dev/stdin') rc -> /proc/self/fd/0 0
 rx_value bu_readlink(const rx_expr *list) {
-    bu_args args(list, "READLINK", 1, 1, "needs 1 argument.");
-    std::string text;
-    bool found = rx_read_link(bu_solve_name(args.text(0)), text);
-    return bu_status(found ? 0 : failed, text);
+    return ask_link(list, "READLINK", "needs 1 argument.", rx_read_link);
 }
 
 /// readjunc(ON|OFF)

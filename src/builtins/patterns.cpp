@@ -3,7 +3,6 @@
 #include "builtins/handlers.h"
 #include "values/regex.h"
 
-#include <algorithm>
 #include <unordered_map>
 
 namespace {
