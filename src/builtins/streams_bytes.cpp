@@ -6,8 +6,10 @@
 #include "platform/console.h"
 #include "platform/files.h"
 #include "platform/input.h"
+#include "platform/path_status.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -150,11 +152,11 @@ rx_value bu_chars(const rx_expr *list) {
     const std::string &path = rx_stream_path(name);
     rx_stream *stream = rx_stream_find_path(path);
     if (!stream || !rx_stream_is_fresh(*stream)) {
-        rx_file_status status;
-        bool missing = false;
-        if (!rx_status_of_path(path, status, missing))
-            return missing ? bu_count(0) : not_ready("CHARS(): unable to stat() file", name);
-        if (!stream) return bu_count(status.size);
+        rx_path_status status;
+        bool missing = !rx_get_path_status(path, true, status);
+        if (missing && (errno == ENOENT || errno == ENOTDIR)) return bu_count(0);
+        if (missing) return not_ready("CHARS(): unable to stat() file", name);
+        if (!stream) return bu_count(static_cast<size_t>(status.size));
         if (!rx_stream_check(*stream)) return not_ready("CHARS(): unable to stat() file", name);
     }
     uint64_t size = stream->status.size;

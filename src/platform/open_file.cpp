@@ -26,16 +26,6 @@ int open_path(std::string_view path, int flags) {
     return descriptor;
 }
 
-void fill(rx_file_status &status, const struct stat &from) {
-    mode_t kind = from.st_mode & S_IFMT;
-    status.size = static_cast<uint64_t>(from.st_size);
-    status.device = from.st_dev;
-    status.number = from.st_ino;
-    status.directory = kind == S_IFDIR;
-    status.has_contents = kind == S_IFREG || kind == S_IFBLK;
-    status.seekable = kind != S_IFIFO && kind != S_IFSOCK;
-}
-
 off_t offset_of(uint64_t offset) {
     return static_cast<off_t>(std::min<uint64_t>(offset, static_cast<uint64_t>(INT64_MAX)));
 }
@@ -74,20 +64,14 @@ bool rx_open_file::open_for_reading(std::string_view path) {
 bool rx_status_of(const rx_open_file &file, rx_file_status &status) {
     struct stat found = {};
     if (::fstat(file.descriptor, &found) != 0) return false;
-    fill(status, found);
+    mode_t kind = found.st_mode & S_IFMT;
+    status.size = static_cast<uint64_t>(found.st_size);
+    status.device = found.st_dev;
+    status.number = found.st_ino;
+    status.directory = kind == S_IFDIR;
+    status.has_contents = kind == S_IFREG || kind == S_IFBLK;
+    status.seekable = kind != S_IFIFO && kind != S_IFSOCK;
     if (S_ISCHR(found.st_mode)) status.seekable = ::lseek(file.descriptor, 0, SEEK_CUR) >= 0;
-    return true;
-}
-
-bool rx_status_of_path(std::string_view path, rx_file_status &status, bool &missing) {
-    struct stat found = {};
-    missing = path.find('\0') != std::string_view::npos;
-    if (missing) return false;
-    if (::stat(std::string(path).c_str(), &found) != 0) {
-        missing = errno == ENOENT || errno == ENOTDIR;
-        return false;
-    }
-    fill(status, found);
     return true;
 }
 

@@ -28,7 +28,7 @@ struct rx_open_file {
     bool open_for_reading(std::string_view path);
 };
 
-/// What the system says of a file.
+/// What the system says of an open file.
 struct rx_file_status {
     uint64_t size = 0;
     uint64_t device = 0, number = 0; ///< together the file's identity
@@ -38,9 +38,6 @@ struct rx_file_status {
 };
 
 bool rx_status_of(const rx_open_file &file, rx_file_status &status);
-
-/// The status of a path. False also when nothing is there; `missing` tells that.
-bool rx_status_of_path(std::string_view path, rx_file_status &status, bool &missing);
 
 /// True when standard output or standard error goes to that file.
 bool rx_is_console_file(const rx_file_status &status);
