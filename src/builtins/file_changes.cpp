@@ -2,6 +2,7 @@
 #include "builtins/file_names.h"
 #include "builtins/handlers.h"
 #include "platform/copy.h"
+#include "platform/directories.h"
 #include "platform/file_operations.h"
 #include "platform/files.h"
 #include "platform/strings.h"
@@ -30,11 +31,8 @@ struct copy_source {
     bool directory;
 };
 
-/// What stands in the way of copying the sources to the target; empty when nothing does. `into` says that they go into
-/// the target, which is a directory.
-std::string check_copy(const std::vector<copy_source> &sources, const std::string &target, bool update, bool &into) {
-    rx_path_status status;
-    into = rx_get_path_status(target, true, status) && status.type == rx_file_type::directory;
+/// What stands in the way of copying the sources to the target, or into it; empty when nothing does.
+std::string check_copy(const std::vector<copy_source> &sources, const std::string &target, bool into, bool update) {
     if (sources.size() > 1 && !into) {
         for (const copy_source &each : sources)
             if (each.directory) return "CP(): too many directory names.";
@@ -42,8 +40,8 @@ std::string check_copy(const std::vector<copy_source> &sources, const std::strin
     }
     for (const copy_source &each : sources) {
         std::string place = into ? target + "/" + base_name(each.path) : target;
-        bool exists = rx_get_path_status(place, true, status) && status.type == rx_file_type::directory;
-        if (each.directory && exists && !update) return "CP(): directory " + bu_quoted(place) + " exists.";
+        if (each.directory && !update && rx_is_directory(place))
+            return "CP(): directory " + bu_quoted(place) + " exists.";
     }
     return {};
 }
@@ -71,19 +69,18 @@ rx_value bu_cp(const rx_expr *list) {
     std::vector<std::string> names = rx_split_quoted(args.text(0));
     if (names.size() < 2) args.fail(0, "the argument must contain at least 2 filenames.");
 
-    std::string target = bu_solve_name(names.back()), problem;
+    std::string target = bu_solve_name(names.back());
     if (target.empty()) return bu_status(1, "Invalid " + bu_quoted(names.back()) + " file name.");
     names.pop_back();
     std::vector<copy_source> sources;
     for (const std::string &name : names) {
-        rx_path_status status;
         std::string path = bu_solve_name(name);
         if (path.empty()) return bu_status(1, "Invalid " + bu_quoted(name) + " file name.");
-        bool directory = rx_get_path_status(path, true, status) && status.type == rx_file_type::directory;
+        bool directory = rx_is_directory(path);
         sources.push_back({std::move(path), directory});
     }
-    bool into;
-    problem = check_copy(sources, target, copying.update, into);
+    bool into = rx_is_directory(target);
+    std::string problem = check_copy(sources, target, into, copying.update);
     if (!problem.empty()) return bu_status(1, problem);
 
     for (const copy_source &each : sources)

@@ -3,6 +3,7 @@
 #include "builtins/file_names.h"
 #include "builtins/handlers.h"
 #include "builtins/stems.h"
+#include "platform/directories.h"
 #include "platform/file_operations.h"
 #include "platform/files.h"
 #include "platform/paths.h"
@@ -120,11 +121,6 @@ void list_below(const std::string &directory, const std::string &shown, bool rec
     }
 }
 
-bool is_directory(const std::string &path) {
-    rx_path_status status;
-    return !path.empty() && rx_get_path_status(path, true, status) && status.type == rx_file_type::directory;
-}
-
 } // namespace
 
 /// subdirs(directory, stem, [recursion])
@@ -146,7 +142,7 @@ rx_value bu_subdirs(const rx_expr *list) {
         args.fail(0, "Too many specified directories in '" + std::string(args.text(0)) +
                          "'.\nUse quotes when a directory name contains blanks.");
     std::string directory = names.empty() ? std::string() : bu_solve_name(names[0]);
-    if (!is_directory(directory))
+    if (!rx_is_directory(directory))
         args.fail(0, bu_quoted(names.empty() ? std::string() : names[0]) + " is not a valid directory.");
     std::vector<std::string> found;
     reading_problems problems{"SUBDIRS"};
@@ -246,7 +242,7 @@ rx_value bu_mklistfiles(const rx_expr *list) {
     bu_args args(list, "mklistfiles", 1u << 2);
     args.expect(3, 5, 2, "needs 3, 4 or 5 arguments.");
     std::string directory = bu_solve_name(args.text(0));
-    if (!is_directory(directory)) args.fail(0, "Invalid directory " + bu_quoted(args.text(0)) + " .");
+    if (!rx_is_directory(directory)) args.fail(0, "Invalid directory " + bu_quoted(args.text(0)) + " .");
     double limit = size_argument(args, 1);
     std::string stem = stem_argument(args, 2);
     size_t parts = args.given(4) ? static_cast<size_t>(std::clamp(size_argument(args, 4), 1.0, 1e6)) : 1;

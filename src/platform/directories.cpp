@@ -1,10 +1,11 @@
 #include "platform/directories.h"
 
+#include "platform/at_path.h"
 #include "platform/environment.h"
+#include "platform/path_status.h"
 
 #include <cstdlib>
 #include <sys/stat.h>
-#include <unistd.h>
 
 std::string rx_home() {
     std::string home = rx_getenv("HOME").value_or("/");
@@ -17,7 +18,8 @@ std::string rx_home() {
 
 bool rx_change_directory(std::string_view path) {
     rx_directory_changes++;
-    return path.find('\0') == std::string_view::npos && ::chdir(std::string(path).c_str()) == 0;
+    rx_descriptor directory(rx_open_at(std::string(path), O_PATH | O_DIRECTORY));
+    return directory.good() && ::fchdir(directory.number) == 0;
 }
 
 std::string rx_current_directory() {
@@ -28,8 +30,8 @@ std::string rx_current_directory() {
 }
 
 bool rx_is_directory(const std::string &path) {
-    struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    rx_path_status status;
+    return rx_get_path_status(path, true, status) && status.type == rx_file_type::directory;
 }
 
 bool rx_make_directory(const std::string &path, unsigned mode) {

@@ -162,7 +162,7 @@ bool rx_remove_tree(const std::string &path) {
 
 namespace {
 
-rx_file_type type_of(const dirent &entry, int directory) {
+rx_file_type type_of(const dirent &entry, const std::string &directory) {
     switch (entry.d_type) {
     case DT_REG: return rx_file_type::file;
     case DT_DIR: return rx_file_type::directory;
@@ -170,12 +170,9 @@ rx_file_type type_of(const dirent &entry, int directory) {
     case DT_UNKNOWN: break;
     default: return rx_file_type::other;
     }
-    struct stat got = {};
-    if (::fstatat(directory, entry.d_name, &got, AT_SYMLINK_NOFOLLOW) != 0) return rx_file_type::other;
-    return S_ISDIR(got.st_mode)   ? rx_file_type::directory
-           : S_ISREG(got.st_mode) ? rx_file_type::file
-           : S_ISLNK(got.st_mode) ? rx_file_type::link
-                                  : rx_file_type::other;
+    rx_path_status status;
+    rx_get_path_status(directory + "/" + entry.d_name, false, status);
+    return status.type;
 }
 
 } // namespace
@@ -188,7 +185,7 @@ bool rx_list_directory(const std::string &path, std::vector<rx_directory_entry> 
     errno = 0;
     while (const dirent *entry = ::readdir(directory)) {
         std::string_view name = entry->d_name;
-        if (name != "." && name != "..") entries.push_back({std::string(name), type_of(*entry, opened)});
+        if (name != "." && name != "..") entries.push_back({std::string(name), type_of(*entry, path)});
         errno = 0;
     }
     int error = errno;
