@@ -146,7 +146,7 @@ private:
 
     [[noreturn]] void refuse(const sort_key &key, uint32_t index, std::string_view field) {
         std::string last = key.last == line_end ? "*" : std::to_string(key.last + 1);
-        args.fail(0, "Invalid number (\"" + std::string(field) + "\") for " + std::to_string(index + 1) +
+        args.fail(0, "Invalid number (\"" + std::string(field) + "\") for" + std::to_string(index + 1) +
                          " on columns " + std::to_string(key.first + 1) + " " + last);
     }
 
