@@ -21,10 +21,6 @@ import urllib.parse
 
 VANDRA = os.path.abspath(sys.argv[1])
 TIME_LIMIT = 120
-NOTICE = b"makecontext/swapcontext"  # what AddressSanitizer has to say about the interpreter's own stack
-
-with open(VANDRA, "rb") as program:
-    SANITIZED = b"__asan_init" in program.read()
 
 NAMES = [b"plain", b"two  blanks ", b" lead", b"it's", b'say "no"', b"line\nfeed", b"caf\xc3\xa9\xe9\xff", b"; rm -rf x $(touch y)",
          b"`touch y`", b"-rf", b"$HOME", b"*", b"a&", b"#x", b"x" * 255, b"%41", b"~"]
@@ -37,8 +33,7 @@ def run(text, cwd=None, **options):
         file.write(text if isinstance(text, bytes) else text.encode("latin-1"))
     done = subprocess.run([VANDRA, path], cwd=cwd, capture_output=True, timeout=TIME_LIMIT,
                           stdin=subprocess.DEVNULL, **options)
-    errors = [line for line in done.stderr.splitlines() if NOTICE not in line]
-    assert done.returncode == 0 and not errors, (done, errors)
+    assert done.returncode == 0 and not done.stderr, done
     return done.stdout.decode("latin-1").splitlines()
 
 
