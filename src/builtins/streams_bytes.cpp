@@ -38,9 +38,11 @@ rx_value read_keys(size_t count, bool echo) {
     while (keys.size() < count) {
         size_t done = keys.size(), part = std::min(count - done, at_once);
         keys.resize(done + part);
-        size_t got = rx_input_keys(keys.data() + done, part, echo);
-        keys.resize(done + got);
-        if (got < part) break;
+        long got = rx_input_keys(keys.data() + done, part, echo);
+        if (got < 0 && done == 0) return not_ready("CHARIN(): error while reading file", "stdin");
+        keys.resize(done + static_cast<size_t>(std::max(got, 0L)));
+        if (keys.size() < done + part) break;
+        if (keys.size() > bu_longest_result) rx_raise(5);
     }
     return bytes_read(keys);
 }
@@ -69,6 +71,7 @@ rx_value bu_charin(const rx_expr *list) {
     if (!stream) return not_ready("CHARIN(): unable to open file", name);
     if (!rx_stream_check(*stream)) return not_ready("CHARIN(): unable to get information for file", name);
     if (start > 0) {
+        if (!rx_stream_has_position(*stream)) return not_ready("CHARIN(): unable to get information for file", name);
         if (stream->status.has_contents && start > stream->status.size) bad_position(args, 1, name);
         stream->position = start - 1;
     } else if (count == 0) {
@@ -159,6 +162,7 @@ rx_value bu_chars(const rx_expr *list) {
         if (!stream) return bu_count(static_cast<size_t>(status.size));
         if (!rx_stream_check(*stream)) return not_ready("CHARS(): unable to stat() file", name);
     }
+    if (!rx_stream_has_position(*stream)) return not_ready("CHARS(): unable to lseek() file", name);
     uint64_t size = stream->status.size;
     return bu_count(size > stream->position ? size - stream->position : 0);
 }

@@ -93,6 +93,7 @@ int rx_execio_read(const execio_operands &operands) {
         else if (found && !operands.skip)
             target.store_found(line, taken, number);
     }
+    if (stream->lines_left() == 0) stream->position = stream->known_size;
     target.finish();
     finish(operands, stream);
     if (searches) return found ? 0 : execio_not_found;
@@ -118,19 +119,7 @@ rx_stream *open_to_change(const execio_operands &operands, int &code) {
     return stream;
 }
 
-/// Hands out the records of a command one by one; `use` returns false to end with code 101 and its error. The code.
-template <class Use> int for_each_record(const execio_operands &operands, Use use) {
-    execio_source source(operands);
-    int records;
-    std::string error;
-    if (!source.count(records, error)) return rx_execio_failure(operands, error);
-    for (int i = 0; records == execio_all || i < records; i++) {
-        const std::string &record = source.next();
-        if (records == execio_all && record.empty()) break;
-        if (!use(record, error)) return rx_execio_failure(operands, error);
-    }
-    return 0;
-}
+constexpr size_t written_at_once = 1 << 18;
 
 } // namespace
 
@@ -138,24 +127,40 @@ int rx_execio_write(const execio_operands &operands) {
     int code = 0;
     rx_stream *stream = open_to_change(operands, code);
     if (!stream) return code;
-    code = for_each_record(operands, [&](const std::string &record, std::string &error) {
-        return rx_stream_write_line(*stream, record, {}, true, who, error);
-    });
-    if (code == 0) finish(operands, stream);
-    return code;
+    execio_source source(operands);
+    std::string error;
+    if (!source.start(error)) return rx_execio_failure(operands, error);
+    // A command that begins inside the file never comes to its end, since it stays at the last line.
+    bool appends = stream->lines_left() == 0;
+    rx_stream_lines lines;
+    auto append = [&] {
+        bool done = lines.ends.empty() || rx_stream_append_lines(*stream, lines, who, error);
+        lines.clear();
+        return done;
+    };
+    while (const std::string *record = source.next()) {
+        if (appends)
+            lines.add(*record);
+        else if (!rx_stream_write_line(*stream, *record, {}, true, who, error))
+            return rx_execio_failure(operands, error);
+        // Nobody is to wait for what he has typed before.
+        if ((lines.text.size() >= written_at_once || !source.at_hand()) && !append())
+            return rx_execio_failure(operands, error);
+    }
+    if (!append()) return rx_execio_failure(operands, error);
+    finish(operands, stream);
+    return 0;
 }
 
 int rx_execio_insert(const execio_operands &operands) {
     int code = 0;
     rx_stream *stream = open_to_change(operands, code);
     if (!stream) return code;
-    std::vector<rx_value> lines;
-    code = for_each_record(operands, [&](const std::string &record, std::string &) {
-        lines.push_back(rx_string(record));
-        return true;
-    });
-    if (code) return code;
+    execio_source source(operands);
     std::string error;
+    if (!source.start(error)) return rx_execio_failure(operands, error);
+    rx_stream_lines lines;
+    while (const std::string *record = source.next()) lines.add(*record);
     if (!rx_stream_insert_lines(*stream, lines, who, error)) return rx_execio_failure(operands, error);
     finish(operands, stream);
     return 0;

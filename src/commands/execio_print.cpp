@@ -54,7 +54,7 @@ void print_line(std::string_view text) {
     print.document.append(text);
     if (!print.raw) print.document += '\n';
     print.line++;
-    if (print.line == print.shape.lines) new_page();
+    if (print.shape.lines > 0 && print.line >= print.shape.lines) new_page();
 }
 
 void print_record(std::string_view record) {
@@ -92,14 +92,9 @@ int rx_execio_print(const execio_operands &operands) {
         if (operands.linespage >= 0) print.shape.lines = operands.linespage;
     }
     execio_source source(operands);
-    int records;
     std::string error;
-    if (!source.count(records, error)) return rx_execio_failure(operands, error);
-    for (int i = 0; records == execio_all || i < records; i++) {
-        const std::string &record = source.next();
-        if (records == execio_all && record.empty()) break;
-        print_record(record);
-    }
+    if (!source.start(error)) return rx_execio_failure(operands, error);
+    while (const std::string *record = source.next()) print_record(*record);
     if (!operands.finis) return 0;
     std::string printer = print.printer;
     return close_printer(error) ? 0 : rx_execio_failure(operands, failure(printer, error));

@@ -72,26 +72,29 @@ execio_source::execio_source(const execio_operands &given) : operands_(given) {
     if (!operands_.stem.empty()) stem_.emplace(operands_.stem);
 }
 
-bool execio_source::count(int &records, std::string &complaint) {
-    records = operands_.lines;
-    if (records != execio_all || !stem_) return true;
+bool execio_source::start(std::string &complaint) {
+    count_ = operands_.lines;
+    if (count_ != execio_all || !stem_) return true;
     std::string text;
     read_variable(stem_->at(0), text);
     double number;
     if (rx_scan_number(text, number) && number >= 0 && rx_is_whole(number)) {
-        records = rx_to_int(number);
+        count_ = rx_to_int(number);
         return true;
     }
     complaint = "EXECIO: invalid stem " + operands_.stem + "0 value \"" + text + "\"";
     return false;
 }
 
+bool execio_source::at_hand() const {
+    return operands_.has_string || stem_ || !operands_.var.empty() || rx_queue_count() > 0;
+}
+
 void execio_source::fetch() {
-    fetched_++;
     if (operands_.has_string) {
         record_ = operands_.string;
     } else if (stem_) {
-        read_variable(stem_->at(fetched_), record_);
+        read_variable(stem_->at(static_cast<unsigned>(fetched_)), record_);
     } else if (!operands_.var.empty()) {
         rx_arena arena;
         read_variable(*rx_parse_tails(arena, arena.copy(rx_folded(operands_.var))), record_);
@@ -100,14 +103,16 @@ void execio_source::fetch() {
     }
 }
 
-const std::string &execio_source::next() {
+const std::string *execio_source::next() {
+    if (fetched_ == count_) return nullptr;
+    if (count_ != execio_all) fetched_++;
     fetch();
     std::string_view slice = slice_of(record_, operands_);
     if (operands_.strip) slice = slice.substr(0, slice.find_last_not_of(' ') + 1);
     if (slice.size() != record_.size()) record_ = std::string(slice);
-    if (record_.empty()) return record_;
+    if (record_.empty()) return count_ == execio_all ? nullptr : &record_;
     if (operands_.lrecl >= 0) record_.resize(static_cast<size_t>(operands_.lrecl), ' ');
     record_ += rx_line_tail();
     if (operands_.case_upper) rx_upper(record_.data(), record_.size());
-    return record_;
+    return &record_;
 }

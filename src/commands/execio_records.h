@@ -32,17 +32,22 @@ private:
 struct execio_source {
     explicit execio_source(const execio_operands &given);
 
-    /// How many records there are to be: the count, or what the stem says for "*". execio_all: up to an empty one. False
-    /// when what the stem says is no count; `complaint` then tells.
-    bool count(int &records, std::string &complaint);
+    /// Sees how many records there are to be: the count, or what the stem says for "*", or as many as come before an
+    /// empty one. False when what the stem says is no count; `complaint` then tells. Comes before the first `next`.
+    bool start(std::string &complaint);
 
-    /// The next record as it is to be written, without its line feed; valid until the next call.
-    const std::string &next();
+    /// The next record as it is to be written, without its line feed; null when there are no more. Valid until the next
+    /// call.
+    const std::string *next();
+
+    /// True when the next record is there without waiting for somebody to type it.
+    bool at_hand() const;
 
 private:
     const execio_operands &operands_;
     std::optional<rx_numbered_symbol> stem_;
-    unsigned fetched_ = 0;
+    int count_ = 0;
+    int fetched_ = 0;
     std::string record_;
 
     void fetch();

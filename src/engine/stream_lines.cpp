@@ -3,7 +3,6 @@
 #include "engine/streams.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 namespace {
@@ -36,23 +35,20 @@ bool index_lines(rx_stream &stream) {
     return true;
 }
 
-/// Failure of one step of a change.
-bool failed(std::string_view who, const char *what, std::string_view name, std::string &error) {
-    error = rx_stream_failure(std::string(who).append(": unable to ").append(what), name);
-    return false;
-}
-
-/// After a change that didn't come to its end nothing that was known can be trusted.
-void distrust(rx_stream &stream) {
+/// Failure of one step of a change. It didn't come to its end, so nothing that was known can be trusted.
+bool failed(rx_stream &stream, std::string_view who, const char *what, std::string &error) {
+    error = rx_stream_failure(std::string(who).append(": unable to ").append(what), stream.given_name);
     stream.checked_at = 0;
     stream.window_length = 0;
     rx_stream_wrote(stream);
+    return false;
 }
 
-/// After a change of which everything is known.
-void settle(rx_stream &stream, uint64_t size) {
+/// After a change inside the file of which everything is known: the file's size, and the line at which to go on.
+void settle(rx_stream &stream, uint64_t size, size_t line) {
     stream.known_size = stream.status.size = size;
-    stream.position = std::min(stream.offsets[stream.current_line], size);
+    stream.window_length = 0;
+    rx_stream_seek_line(stream, line);
     rx_stream_wrote(stream);
 }
 
@@ -64,18 +60,13 @@ bool size_now(rx_stream &stream, uint64_t &size) {
     return true;
 }
 
-bool append_line(rx_stream &stream, std::string_view text, std::string_view tail, std::string_view feed,
-                 std::string_view who, std::string &error) {
+/// Writes to the end of the file.
+bool append(rx_stream &stream, const std::string_view (&pieces)[3], std::string_view who, std::string &error) {
     size_t done;
-    if (!rx_append(stream.file, {text, tail, feed}, done)) {
-        failed(who, "write in file", stream.given_name, error);
-        distrust(stream);
-        return false;
-    }
-    stream.offsets.push_back(stream.offsets.back() + text.size() + tail.size() + 1);
-    stream.current_line++;
-    settle(stream, stream.known_size + done);
-    stream.position = stream.known_size;
+    if (!rx_append(stream.file, pieces, done)) return failed(stream, who, "write in file", error);
+    // Behind the size that was seen last: somebody else may have cut what is known to be longer.
+    stream.known_size = stream.position = stream.status.size += done;
+    rx_stream_wrote(stream);
     return true;
 }
 
@@ -99,26 +90,15 @@ bool replace_line(rx_stream &stream, std::string_view text, std::string_view tai
     size_t line = stream.current_line;
     uint64_t begin = stream.offsets[line], end = stream.offsets[line + 1];
     uint64_t length = text.size() + tail.size(), size;
-    std::string_view name = stream.given_name;
-    if (!size_now(stream, size)) return failed(who, "stat() file", name, error);
+    if (!size_now(stream, size)) return failed(stream, who, "stat() file", error);
     // The line feed stays where it is in the file, or moves with what follows. A last line may have none.
-    if (!make_room(stream, end - 1, begin + length, size)) {
-        failed(who, "scroll file", name, error);
-        distrust(stream);
-        return false;
-    }
+    if (!make_room(stream, end - 1, begin + length, size)) return failed(stream, who, "scroll file", error);
     shift_index(stream, line + 1, begin + length + 1 - end);
     std::string whole;
     if (!tail.empty()) text = whole.append(text).append(tail);
-    if (!rx_write_at(stream.file, text, begin)) {
-        failed(who, "write in file", name, error);
-        distrust(stream);
-        return false;
-    }
-    settle(stream, std::max(size, begin + text.size()));
-    stream.position = std::min(stream.offsets[line + 1], stream.known_size);
-    stream.window_length = 0;
-    if (line + 1 < stream.line_count()) stream.current_line++;
+    if (!rx_write_at(stream.file, text, begin)) return failed(stream, who, "write in file", error);
+    settle(stream, std::max(size, begin + length), line + 1);
+    if (stream.current_line == stream.line_count()) stream.current_line = line;
     return true;
 }
 
@@ -134,9 +114,7 @@ bool rx_stream_scan(rx_stream &stream, bool for_reading) {
         return stream.indexed;
     }
     // Whatever a device or a pipe gives, it has no lines to be numbered; only the pipe says so.
-    if (stream.status.seekable || !for_reading) return true;
-    errno = ESPIPE;
-    return false;
+    return !for_reading || rx_stream_has_position(stream);
 }
 
 void rx_stream_seek_line(rx_stream &stream, size_t line) {
@@ -157,63 +135,48 @@ bool rx_stream_read_line(rx_stream &stream, std::string_view &line) {
 bool rx_stream_write_line(rx_stream &stream, std::string_view text, std::string_view tail, bool line_feed,
                           std::string_view who, std::string &error) {
     if (stream.current_line < stream.line_count()) return replace_line(stream, text, tail, who, error);
-    return append_line(stream, text, tail, line_feed ? "\n" : "", who, error);
+    if (!append(stream, {text, tail, line_feed ? "\n" : ""}, who, error)) return false;
+    stream.offsets.push_back(stream.offsets.back() + text.size() + tail.size() + 1);
+    stream.current_line = stream.line_count();
+    return true;
 }
 
-bool rx_stream_insert_lines(rx_stream &stream, const std::vector<rx_value> &lines, std::string_view who,
-                            std::string &error) {
-    if (lines.empty()) return true;
-    std::string text;
-    std::vector<uint64_t> starts;
-    uint64_t begin = stream.offsets[stream.current_line], size;
-    for (const rx_value &line : lines) {
-        text.append(line.text()).append("\n");
-        starts.push_back(begin + text.size());
-    }
-    std::string_view name = stream.given_name;
-    if (!size_now(stream, size)) return failed(who, "stat() file", name, error);
-    bool written;
-    if (begin >= size) {
-        size_t done;
-        written = rx_append(stream.file, {text, {}, {}}, done);
-    } else if (make_room(stream, begin, begin + text.size(), size)) {
-        written = rx_write_at(stream.file, text, begin);
-    } else {
-        failed(who, "scroll file", name, error);
-        distrust(stream);
-        return false;
-    }
-    if (!written) {
-        failed(who, "write in file", name, error);
-        distrust(stream);
-        return false;
-    }
-    shift_index(stream, stream.current_line + 1, text.size());
-    auto place = stream.offsets.begin() + static_cast<std::ptrdiff_t>(stream.current_line + 1);
-    stream.offsets.insert(place, starts.begin(), starts.end());
-    stream.current_line += lines.size();
-    settle(stream, begin >= size ? size + text.size() : size);
-    stream.window_length = 0;
+bool rx_stream_append_lines(rx_stream &stream, const rx_stream_lines &lines, std::string_view who, std::string &error) {
+    if (!append(stream, {lines.text, {}, {}}, who, error)) return false;
+    uint64_t begin = stream.offsets.back();
+    for (size_t end : lines.ends) stream.offsets.push_back(begin + end);
+    stream.current_line = stream.line_count();
+    return true;
+}
+
+bool rx_stream_insert_lines(rx_stream &stream, const rx_stream_lines &lines, std::string_view who, std::string &error) {
+    if (lines.ends.empty()) return true;
+    const std::string &text = lines.text;
+    size_t line = stream.current_line, count = lines.ends.size();
+    uint64_t begin = stream.offsets[line], size;
+    if (!size_now(stream, size)) return failed(stream, who, "stat() file", error);
+    if (begin >= size && line == stream.line_count()) return rx_stream_append_lines(stream, lines, who, error);
+    if (!make_room(stream, begin, begin + text.size(), size)) return failed(stream, who, "scroll file", error);
+    if (!rx_write_at(stream.file, text, begin)) return failed(stream, who, "write in file", error);
+    shift_index(stream, line + 1, text.size());
+    auto place = stream.offsets.begin() + static_cast<std::ptrdiff_t>(line + 1);
+    place = stream.offsets.insert(place, lines.ends.begin(), lines.ends.end());
+    std::for_each_n(place, count, [begin](uint64_t &end) { end += begin; });
+    settle(stream, std::max(size, begin + text.size()), line + count);
     return true;
 }
 
 bool rx_stream_delete_lines(rx_stream &stream, size_t first, size_t count, std::string_view who, std::string &error) {
     if (count == 0) return true;
     uint64_t begin = stream.offsets[first], end = stream.offsets[first + count], size;
-    std::string_view name = stream.given_name;
-    if (!size_now(stream, size)) return failed(who, "stat() file", name, error);
+    if (!size_now(stream, size)) return failed(stream, who, "stat() file", error);
     uint64_t behind = size > end ? size - end : 0;
     bool moved = rx_move_bytes(stream.file, end, size, begin);
-    if (!moved || (size > begin && !rx_cut(stream.file, begin + behind))) {
-        failed(who, "scroll file", name, error);
-        distrust(stream);
-        return false;
-    }
+    if (!moved || (size > begin && !rx_cut(stream.file, begin + behind)))
+        return failed(stream, who, "scroll file", error);
     auto gap = stream.offsets.begin() + static_cast<std::ptrdiff_t>(first + 1);
     stream.offsets.erase(gap, gap + static_cast<std::ptrdiff_t>(count));
     shift_index(stream, first + 1, begin - end);
-    stream.current_line = first;
-    settle(stream, std::min(size, begin + behind));
-    stream.window_length = 0;
+    settle(stream, std::min(size, begin + behind), first);
     return true;
 }

@@ -8,6 +8,7 @@
 #include "platform/world.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
@@ -139,6 +140,11 @@ bool rx_stream_is_fresh(rx_stream &stream) {
 
 bool rx_stream_check(rx_stream &stream) {
     return rx_stream_is_fresh(stream) || look(stream);
+}
+
+bool rx_stream_has_position(const rx_stream &stream) {
+    if (!stream.status.seekable) errno = ESPIPE;
+    return stream.status.seekable;
 }
 
 void rx_stream_wrote(rx_stream &stream) {

@@ -107,6 +107,9 @@ bool rx_stream_is_fresh(rx_stream &stream);
 /// Makes sure that what is known of the file is fresh; false when the system doesn't answer.
 bool rx_stream_check(rx_stream &stream);
 
+/// False, with the reason in rx_system_error(), for what gives its bytes in one order only, such as a pipe.
+bool rx_stream_has_position(const rx_stream &stream);
+
 /// Bytes of the file, fewer where it ends; the view is valid until the next use of the stream. False on failure. The
 /// caller has checked the stream. From what can't be seeked, the next bytes there are.
 bool rx_stream_bytes(rx_stream &stream, uint64_t offset, size_t count, std::string_view &bytes);
@@ -128,14 +131,30 @@ bool rx_stream_read_line(rx_stream &stream, std::string_view &line);
 
 /// Writes `text` and `tail` over the current line, the rest of the file moving up or down, or, behind the last line, to
 /// the end of the file with a line feed if `line_feed` says so. Then moves on, but after a replacement only as far as
-/// the last line: writing again replaces that once more. False and `error` on failure;
-/// the file may then be half moved.
+/// the last line: writing again replaces that once more. False and `error` on failure; the file may then be half moved.
 bool rx_stream_write_line(rx_stream &stream, std::string_view text, std::string_view tail, bool line_feed,
                           std::string_view who, std::string &error);
 
-/// Inserts lines before the current one, each with a line feed behind it, and stays in front of that one.
-bool rx_stream_insert_lines(rx_stream &stream, const std::vector<rx_value> &lines, std::string_view who,
-                            std::string &error);
+/// Lines to be written together.
+struct rx_stream_lines {
+    std::string text;         ///< each with its line feed
+    std::vector<size_t> ends; ///< where each ends in the text, behind the line feed
+
+    void add(std::string_view line) {
+        text.append(line).push_back('\n');
+        ends.push_back(text.size());
+    }
+    void clear() {
+        text.clear();
+        ends.clear();
+    }
+};
+
+/// Writes lines behind the last one, which must be where the stream stands: the same as writing them one by one.
+bool rx_stream_append_lines(rx_stream &stream, const rx_stream_lines &lines, std::string_view who, std::string &error);
+
+/// Inserts lines before the current one and stays in front of that one.
+bool rx_stream_insert_lines(rx_stream &stream, const rx_stream_lines &lines, std::string_view who, std::string &error);
 
 /// Deletes `count` existing lines from number `first` on; the line behind them becomes the current one.
 bool rx_stream_delete_lines(rx_stream &stream, size_t first, size_t count, std::string_view who, std::string &error);

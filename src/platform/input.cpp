@@ -162,7 +162,9 @@ bool rx_input_line(std::string &line) {
     }
 }
 
-size_t rx_input_bytes(char *bytes, size_t count) {
+namespace {
+
+long read_bytes(char *bytes, size_t count) {
     size_t done = 0;
     while (done < count) {
         if (ahead.used == ahead.known) {
@@ -170,6 +172,7 @@ size_t rx_input_bytes(char *bytes, size_t count) {
             if (got == 0) break;
             if (got < 0) {
                 got = read_some(bytes + done, count - done);
+                if (got < 0 && done == 0) return -1;
                 if (got <= 0) break;
                 done += static_cast<size_t>(got);
                 continue;
@@ -180,13 +183,15 @@ size_t rx_input_bytes(char *bytes, size_t count) {
         ahead.used += part;
         done += part;
     }
-    return done;
+    return static_cast<long>(done);
 }
 
-size_t rx_input_keys(char *bytes, size_t count, bool echo) {
-    if (kind_of_input() != input_kind::terminal) return rx_input_bytes(bytes, count);
+} // namespace
+
+long rx_input_keys(char *bytes, size_t count, bool echo) {
+    if (kind_of_input() != input_kind::terminal) return read_bytes(bytes, count);
     raw_keys raw(echo);
-    return rx_input_bytes(bytes, count);
+    return read_bytes(bytes, count);
 }
 
 bool rx_input_waiting() {

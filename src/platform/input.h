@@ -13,12 +13,9 @@
 /// Reads a line, without its line feed. False when the input ended first; the line then holds what came before.
 bool rx_input_line(std::string &line);
 
-/// Reads `count` bytes, fewer only at the end; how many came.
-size_t rx_input_bytes(char *bytes, size_t count);
-
-/// Reads `count` keys, from a terminal each as soon as it is pressed; elsewhere the same as rx_input_bytes. `echo`
-/// shows them on the terminal.
-size_t rx_input_keys(char *bytes, size_t count, bool echo);
+/// Reads `count` bytes, fewer only at the end: from a terminal keys, each as soon as it is pressed, and shown when `echo`
+/// says so. How many came; -1 when the system refuses, for the reason in rx_system_error().
+long rx_input_keys(char *bytes, size_t count, bool echo);
 
 /// On a terminal: whether a key is waiting. Otherwise waits until a byte or the end comes; true for a byte.
 bool rx_input_waiting();

@@ -108,6 +108,10 @@ def test_others_cut_and_lengthen():
     got = output("say linein('f', 2); 'printf cut > f'; say lines('f') linein('f')'.' linein('f', 1)'.' linein('f')'.'\n"
                  "call lineout 'f', 'four', 4; say chars('f')")
     assert got == ["two", "2 . cut. .", "0"], got
+    # A line behind what was cut ends the file where it really ends, so that what grows there is found.
+    got = output("'printf \"%099d\\n\" 0 > f'; x = linein('f'); ': > f'; call lineout 'f', 'one'\n"
+                 "'echo two >> f'; say lines('f') chars('f') linein('f', 2)")
+    assert got == ["0 0 two"], got
     # What others append is found, and the stream then stands at the end; a SAY to the same file counts as well.
     write("f", b"one\ntwo\n")
     got = output("say linein('f') lines('f'); 'echo three >> f'; say lines('f') linein('f', 3) lines('f')\n"
@@ -145,6 +149,30 @@ def test_a_line_is_seen_as_soon_as_it_is_written():
     got = output("do i = 1 to 50; call lineout 'f', i; 'tail -n 1 f > last'; say linein('last', 1) == i\n"
                  "call lineout 'last'; end")
     assert got == ["1"] * 50, got
+
+
+def test_execio_writes_lines_together_but_none_late():
+    got = output("do i = 1 to 20000; a.i = i copies('.', 40); queue i; end; a.0 = i - 1\n"
+                 "'execio * diskw f . . (stem a.'; 'execio' queued() 'diskw f . .'; say rc lines('f') chars('f')\n"
+                 "say (linein('f', 20000) == a.20000) linein('f') linein('f', 40000); call lineout 'f'; say lines('f')")
+    assert got == ["0 0 0", "1 1 20000", "40000"], got
+    os.remove("f")
+    process = subprocess.Popen(command("queue 'queued'; 'execio 3 diskw f . .'"), stdin=subprocess.PIPE)
+    limit = time.monotonic() + TIME_LIMIT
+    for typed, expected in ((b"", b"queued\n"), (b"one\n", b"queued\none\n"), (b"two\n", b"queued\none\ntwo\n")):
+        process.stdin.write(typed)
+        process.stdin.flush()
+        while not os.path.exists("f") or read("f") != expected:
+            assert time.monotonic() < limit, (read("f"), expected)
+            time.sleep(0.01)
+    process.communicate(timeout=TIME_LIMIT)
+
+
+def test_standard_input_that_cannot_be_read():
+    directory = os.open(".", os.O_RDONLY)
+    got = output("signal on notready; x = charin()\nnotready: say condition('D')", stdin=directory)
+    os.close(directory)
+    assert got == ['CHARIN(): error while reading file "stdin": Is a directory.', "stdin"], got
 
 
 def test_long_lines_and_zero_bytes():

@@ -158,6 +158,10 @@ def main():
                 """'execio 1 print paper (linespage 0 string one'; say rc
                 'execio 1 print nowhere (string two'; say rc""",
                 b"one\ntwo\n", "0\n0\n")
+            # A page that got shorter is full already.
+            office.printed(
+                """'execio 3 print paper (string x'; say rc; 'execio 1 print paper (linesp 2 finis string y'; say rc""",
+                b"x\nx\nx\ny\n\f", "0\n0\n")
             # Raw data goes out as it is.
             office.printed(
                 """x = fileconv('u'); v = '1B'x || 'E' || '000C'x; w = '0C'x
