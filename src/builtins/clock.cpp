@@ -12,7 +12,6 @@
 #include "platform/strings.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -100,20 +99,6 @@ int day_of_year(const calendar_date &date) {
 
 // ---- numbers in texts -----------------------------------------------------------------------------------------------
 
-/// Reads an integer at the start of a text, behind white space, and moves the text behind it. One that is too large
-/// comes out as the largest or smallest there is.
-bool read_integer(std::string_view &text, int &number) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-    const char *start = text.data(), *end = start + text.size();
-    if (text.starts_with('+')) start++;
-    if (start != end && *start == '-' && start != text.data()) return false;
-    auto [behind, error] = std::from_chars(start, end, number);
-    if (error == std::errc::invalid_argument) return false;
-    if (error == std::errc::result_out_of_range) number = *start == '-' ? INT32_MIN : INT32_MAX;
-    text.remove_prefix(static_cast<size_t>(behind - text.data()));
-    return true;
-}
-
 bool read_mark(std::string_view &text, char mark) {
     if (!text.starts_with(mark)) return false;
     text.remove_prefix(1);
@@ -122,8 +107,8 @@ bool read_mark(std::string_view &text, char mark) {
 
 /// Reads day/month/year; false for what isn't a date of the calendar that the formula has.
 bool read_date(std::string_view text, calendar_date &date) {
-    if (!read_integer(text, date.day) || !read_mark(text, '/') || !read_integer(text, date.month) ||
-        !read_mark(text, '/') || !read_integer(text, date.year))
+    if (!rx_scan_integer(text, date.day) || !read_mark(text, '/') || !rx_scan_integer(text, date.month) ||
+        !read_mark(text, '/') || !rx_scan_integer(text, date.year))
         return false;
     return date.day >= 1 && date.day <= 31 && date.month >= 1 && date.month <= 12 && date.year >= 1 &&
            rx_from_day_number(rx_day_number(date)) == date;
@@ -144,9 +129,9 @@ bool read_date_and_time(std::string_view text, rx_local_time &time) {
     if (year_and_clock.size() != 2) return false;
     std::vector<std::string_view> clock = pieces_of(year_and_clock[1], ':');
     if (clock.size() != 3) return false;
-    return read_integer(date[0], time.day) && read_integer(date[1], time.month) &&
-           read_integer(year_and_clock[0], time.year) && read_integer(clock[0], time.hour) &&
-           read_integer(clock[1], time.minute) && read_integer(clock[2], time.second);
+    return rx_scan_integer(date[0], time.day) && rx_scan_integer(date[1], time.month) &&
+           rx_scan_integer(year_and_clock[0], time.year) && rx_scan_integer(clock[0], time.hour) &&
+           rx_scan_integer(clock[1], time.minute) && rx_scan_integer(clock[2], time.second);
 }
 
 } // namespace

@@ -50,16 +50,9 @@ std::string_view take_argument(execio_scan &scan) {
 std::optional<int> number_of(std::string_view word) {
     if (word == "*") return INT_MAX;
     if (word.empty() || word.size() > 99) return std::nullopt;
-    word.remove_prefix(std::min(word.find_first_not_of(" \t\n\v\f\r"), word.size()));
-    bool minus = word.starts_with('-');
-    if (minus || word.starts_with('+')) word.remove_prefix(1);
-    if (word.empty() || !rx_is_digit(word[0])) return std::nullopt;
-    long long number = 0;
-    for (char digit : word) {
-        if (!rx_is_digit(digit)) break;
-        number = std::min<long long>(number * 10 + (digit - '0'), INT_MAX);
-    }
-    return static_cast<int>(minus ? -number : number);
+    int number;
+    if (!rx_scan_integer(word, number)) return std::nullopt;
+    return number;
 }
 
 // ---- the four states ------------------------------------------------------------------------------------------------

@@ -34,7 +34,7 @@ int open_printer(const execio_operands &operands) {
         if (printer.empty()) return rx_execio_failure(operands, "EXECIO: there is no default printer.");
     }
     rx_page_shape shape;
-    if (rx_find_printer(printer, shape) != rx_printer_answer::ready) return execio_no_printer;
+    if (!rx_find_printer(printer, shape)) return execio_no_printer;
     print = {.open = true,
              .raw = operands.raw,
              .printer = printer,

@@ -21,22 +21,6 @@ rx_value without_waste(rx_value &&line) {
     return wasteful ? rx_string(line.text()) : std::move(line);
 }
 
-/// A decimal integer at the start of a text, behind white space; false when there is none. Huge ones stand for any that
-/// is too large.
-bool read_integer(std::string_view text, long long &number) {
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-    bool minus = text.starts_with('-');
-    if (minus || text.starts_with('+')) text.remove_prefix(1);
-    if (text.empty() || !rx_is_digit(text[0])) return false;
-    number = 0;
-    for (char digit : text) {
-        if (!rx_is_digit(digit)) break;
-        number = std::min(number * 10 + (digit - '0'), 1LL << 40);
-    }
-    if (minus) number = -number;
-    return true;
-}
-
 } // namespace
 
 void rx_queue_tail(rx_value &&line) {
@@ -83,9 +67,9 @@ int rx_makebuf() {
 
 int rx_dropbuf(std::string_view operand) {
     operand.remove_prefix(std::min(operand.find_first_not_of(' '), operand.size()));
-    long long buffer = static_cast<long long>(set_aside.size());
-    if (!operand.empty() && !read_integer(operand, buffer)) return 1;
-    if (buffer < 1 || buffer > static_cast<long long>(set_aside.size())) return 2;
+    int depth = static_cast<int>(set_aside.size()), buffer = depth;
+    if (!operand.empty() && !rx_scan_integer(operand, buffer)) return 1;
+    if (buffer < 1 || buffer > depth) return 2;
     current = std::move(set_aside[static_cast<size_t>(buffer) - 1]);
     set_aside.resize(static_cast<size_t>(buffer) - 1);
     return 0;

@@ -25,7 +25,6 @@
 
 #include "base/run_local.h"
 #include "platform/open_file.h"
-#include "values/value.h"
 
 #include <cstdint>
 #include <memory>

@@ -88,21 +88,20 @@ rx_page_shape shape_of(const char *paper) {
 
 } // namespace
 
-rx_printer_answer rx_find_printer(std::string_view name, rx_page_shape &shape) {
-    if (!cups().loaded) return rx_printer_answer::unknown;
-    rx_printer_answer answer = rx_printer_answer::unknown;
+bool rx_find_printer(std::string_view name, rx_page_shape &shape) {
+    if (!cups().loaded) return false;
+    bool ready = false;
     cups_destination *list = nullptr;
     int count = cups().get_destinations(&list);
     for (int i = 0; i < count; i++) {
         const cups_destination &each = list[i];
         if (each.instance || name != each.name) continue;
         const char *accepting = cups().get_option("printer-is-accepting-jobs", each.option_count, each.options);
-        bool refuses = accepting && std::string_view(accepting) == "false";
-        answer = refuses ? rx_printer_answer::refused : rx_printer_answer::ready;
+        ready = !accepting || std::string_view(accepting) != "false";
         shape = shape_of(cups().get_option("media", each.option_count, each.options));
     }
     cups().free_destinations(count, list);
-    return answer;
+    return ready;
 }
 
 std::string rx_default_printer() {

@@ -14,11 +14,9 @@ struct rx_page_shape {
     int lines = 0;
 };
 
-/// How a printer takes the offer of a document.
-enum class rx_printer_answer { ready, unknown, refused };
-
-/// Looks for a printer by its exact name. The shape is that of its default paper at 10 characters and 6 lines per inch.
-rx_printer_answer rx_find_printer(std::string_view name, rx_page_shape &shape);
+/// Looks for a printer by its exact name; false when there is none or it takes no documents. The shape is that of its
+/// default paper at 10 characters and 6 lines per inch.
+bool rx_find_printer(std::string_view name, rx_page_shape &shape);
 
 /// The name of the default printer, empty when there is none.
 std::string rx_default_printer();

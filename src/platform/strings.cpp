@@ -1,6 +1,8 @@
 #include "platform/strings.h"
 
 #include <algorithm>
+#include <charconv>
+#include <climits>
 
 void rx_lower(char *text, size_t length) {
     for (size_t i = 0; i < length; i++) {
@@ -87,4 +89,16 @@ std::vector<std::string_view> rx_split_at(std::string_view text, char separator)
         if (end == std::string_view::npos) return pieces;
         at = end + 1;
     }
+}
+
+bool rx_scan_integer(std::string_view &text, int &number) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    const char *start = text.data(), *end = start + text.size();
+    if (text.starts_with('+')) start++;
+    if (start != end && *start == '-' && start != text.data()) return false;
+    auto [behind, error] = std::from_chars(start, end, number);
+    if (error == std::errc::invalid_argument) return false;
+    if (error == std::errc::result_out_of_range) number = *start == '-' ? INT_MIN : INT_MAX;
+    text.remove_prefix(static_cast<size_t>(behind - text.data()));
+    return true;
 }

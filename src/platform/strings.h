@@ -37,6 +37,10 @@ std::vector<std::string> rx_split_quoted(std::string_view text);
 /// The pieces between separators, empty ones kept: n separators give n + 1 pieces.
 std::vector<std::string_view> rx_split_at(std::string_view text, char separator);
 
+/// Reads a decimal integer at the start of a text, behind white space, and moves the text behind it. One that is too
+/// large comes out as the largest or smallest there is. False when there is none.
+bool rx_scan_integer(std::string_view &text, int &number);
+
 constexpr bool rx_is_digit(char c) {
     return c >= '0' && c <= '9';
 }
