@@ -165,23 +165,31 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
-/// The number that the right side is, when it can be had on the quick road: a tree of numbers or a lone constant.
-inline bool quick_right_side(const rx_expr *node, rx_plain &plain) {
-    if (node->type != STRING) return rx_try_quick(node, plain);
-    if (node->flag != 0 || !node->literal->number) return false;
-    plain = rx_plain_of(*node->literal->number);
+/// A number that the quick road yields, or a constant, goes straight into the record of a variable that holds a number
+/// already. False: nothing has happened. (A number isn't pinned, nor are its words remembered: only texts are.)
+inline bool store_number(const rx_assign_clause &clause) {
+    const rx_symbol &target = *clause.target->symbol;
+    rx_var *var = target.compound()                        ? rx_var_element(target)
+                  : target.serial == rx_scope.value.serial ? target.var
+                                                           : nullptr;
+    if (!var || !var->value.is_number()) return false;
+    rx_plain plain;
+    if (clause.value->type == OP_NODE) {
+        if (!rx_try_quick(*clause.value->op, plain)) return false;
+    } else {
+        plain = rx_plain_of(*clause.value->literal->number);
+    }
+    rx_put_plain(var->value, plain);
+    var->generation++;
     return true;
 }
 
-/// A number that the quick road yields goes straight into the record of a variable that holds a number already. False:
-/// nothing has happened.
-inline bool store_number(const rx_assign_clause &clause, const rx_symbol &target) {
-    rx_var *var = target.compound() ? rx_var_element(target) : rx_var_cached(target) ? target.var : nullptr;
-    rx_plain plain;
-    if (!var || !var->value.is_number() || !quick_right_side(clause.value, plain)) return false;
-    rx_put_plain(rx_var_writable(*var), plain);
-    var->generation++;
-    return true;
+/// True when the right side may be a number for store_number, and the whole variable is assigned.
+bool may_be_number(const rx_assign_clause &clause) {
+    const rx_expr *value = clause.value;
+    if (!value || clause.from || clause.to || clause.target->symbol->bad_name) return false;
+    if (value->type == STRING) return value->flag == 0 && value->literal->number;
+    return value->type == OP_NODE && rx_quick_candidate(*value->op);
 }
 
 /// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.
@@ -199,15 +207,17 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
     rx_var_assign(target, std::move(value));
 }
 
-} // namespace
+/// The first look at a clause that hasn't run yet.
+[[gnu::noinline]] rx_assign_road choose_road(const rx_assign_clause &clause) {
+    return clause.road = may_be_number(clause) ? ASSIGN_NUMBER : ASSIGN_GENERAL;
+}
 
-void rx_assign(const rx_assign_clause &clause) {
+[[gnu::noinline]] void assign_in_general(const rx_assign_clause &clause) {
     const rx_symbol &target = *clause.target->symbol;
-    bool indexed = clause.from || clause.to;
-    if (clause.value && !indexed && (rx_settings->trace & TRACE_CLAUSES) == 0 && store_number(clause, target)) return;
     if (target.bad_name) rx_raise_at(clause.target->line, clause.target->column, 31);
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return;
+    bool indexed = clause.from || clause.to;
     if (shown.level == 0 && !indexed && clause.value && joins(clause.value) && append_in_place(clause)) return;
     if (shown.level) trace_target(clause, shown.level);
 
@@ -218,4 +228,14 @@ void rx_assign(const rx_assign_clause &clause) {
     } else {
         assign_value(clause, target, shown.level);
     }
+}
+
+} // namespace
+
+void rx_assign(const rx_assign_clause &clause) {
+    rx_assign_road road = clause.road;
+    if (road == ASSIGN_UNKNOWN) [[unlikely]]
+        road = choose_road(clause);
+    if (road == ASSIGN_NUMBER && (rx_settings->trace & TRACE_CLAUSES) == 0 && store_number(clause)) return;
+    assign_in_general(clause);
 }

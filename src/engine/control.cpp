@@ -5,9 +5,14 @@
 #include "engine/quick.h"
 #include "engine/trace.h"
 
+#include <bit>
+
 bool rx_condition_holds(const rx_expr *cond, int level, std::string_view before, std::string_view behind) {
-    if (rx_plain plain; level == 0 && rx_try_quick(cond, plain) && (plain.real == 0 || plain.real == 1))
-        return plain.real != 0;
+    if (rx_plain plain; level == 0 && rx_try_quick(cond, plain)) {
+        // As integers: a comparison of doubles takes longer.
+        auto bits = std::bit_cast<uint64_t>(plain.real);
+        if (bits == 0 || bits == std::bit_cast<uint64_t>(1.0)) return bits != 0;
+    }
     rx_value scratch;
     const rx_value &value = rx_view(cond, level, scratch);
     if (level) {

@@ -34,24 +34,27 @@ bool tracing_clauses() {
 /// Goes round. `more` is the loop's own end test, called ahead of each round; `step` prepares the next one.
 /// `show_first` tells that the DO line is shown a second time in the first round instead of in the later ones.
 template <class More, class Step>
-rx_flow run_rounds(const rx_do_clause &loop, int level, const condition_words &words, bool show_first, More more,
-                   Step step) {
+[[gnu::always_inline]] inline rx_flow run_rounds(const rx_do_clause &loop, int level, const condition_words &words,
+                                                 bool show_first, More more, Step step) {
     for (bool first = true;; first = false) {
-        if (level && first == show_first) level = rx_trace_line(loop.line);
+        if (level && first == show_first) [[unlikely]]
+            level = rx_trace_line(loop.line);
         if (!more()) return rx_flow::next;
         if (loop.cond_kind == DO_WHILE && !rx_condition_holds(loop.cond, level, words.while_text, words.behind))
             return rx_flow::next;
         rx_flow flow = rx_run_clauses(loop.body);
-        if (flow != rx_flow::next) {
+        if (flow != rx_flow::next) [[unlikely]] {
             if (flow == rx_flow::leave && is_mine(loop)) return rx_flow::next;
             if (flow != rx_flow::iterate || !is_mine(loop)) return flow;
         }
         if (loop.cond_kind == DO_UNTIL && rx_condition_holds(loop.cond, level, words.until_text, words.behind))
             return rx_flow::next;
-        if (tracing_clauses()) level = rx_trace_line(loop.end_line);
+        if (tracing_clauses()) [[unlikely]]
+            level = rx_trace_line(loop.end_line);
         step();
         // A round without a clause, or one that ITERATE ended, hasn't come to the poll between clauses.
-        if (flow != rx_flow::next || !loop.body->clause) rx_poll_between_clauses();
+        if (flow != rx_flow::next || !loop.body->clause) [[unlikely]]
+            rx_poll_between_clauses();
     }
 }
 
@@ -121,8 +124,11 @@ struct controlled {
     bool has_to = false, has_for = false;
     rx_var *entry = nullptr; ///< of a simple control variable
     uint32_t generation = 0;
-    bool whole = false; ///< the kept value and the step are whole
+    bool swift = false; ///< the variable is simple, and the kept value and the step are whole
 };
+
+/// A whole number of at most this size is spelled with nine digits, and so is the next one.
+constexpr double longest_swift = 1e8;
 
 const rx_symbol &control_of(const controlled &state) {
     return *state.loop.control->symbol;
@@ -149,7 +155,7 @@ void remember(controlled &state) {
     rx_var *var = control_of(state).compound() ? nullptr : rx_var_find(control_of(state));
     state.entry = var;
     state.generation = var ? var->generation : 0;
-    state.whole = rx_is_whole(state.current) && rx_is_whole(state.by);
+    state.swift = var && rx_is_whole(state.current) && rx_is_whole(state.by);
 }
 
 void evaluate_phrase(controlled &state, rx_do_phrase phrase) {
@@ -226,7 +232,7 @@ double guarded(double value) {
         var = state.entry;
     }
     state.current = guarded(state.current + state.by);
-    state.whole = state.whole && rx_is_whole(state.current);
+    state.swift = state.swift && rx_is_whole(state.current);
     if (!var || var->state != RX_SET) {
         char text[32];
         std::snprintf(text, sizeof text, "%g", state.current);
@@ -239,19 +245,17 @@ double guarded(double value) {
     }
 }
 
-void step(controlled &state) {
-    rx_var *var = state.entry;
+/// While the variable holds the kept value as a plain whole number, it is of no interest whether it was assigned.
+inline void step(controlled &state) {
     double next = state.current + state.by;
-    constexpr double longest = 1e8; // short enough for nine digits
-    if (state.whole && var && var->generation == state.generation && rx_head_of(var->value) == rx_whole_head &&
-        rx_numeric.value.digits >= 9 && std::fabs(next) <= longest) [[likely]] {
-        rx_var_writable(*var).real = next;
+    if (state.swift && rx_head_of(state.entry->value) == rx_whole_head && state.entry->value.real == state.current &&
+        std::fabs(next) <= longest_swift && rx_numeric.value.digits >= 9) [[likely]] {
+        state.entry->value.real = next;
         state.current = next;
-        state.generation = ++var->generation;
     } else {
         step_with_care(state);
     }
-    if (state.level) {
+    if (state.level) [[unlikely]] {
         rx_number_buffer buffer;
         rx_trace_assignment(state.level, rx_resolve_name(control_of(state)), rx_number_text(state.current, 0, buffer));
     }

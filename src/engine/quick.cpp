@@ -11,8 +11,8 @@ namespace {
 constexpr int8_t attempts = 8;  ///< times that a node may turn back
 constexpr unsigned deepest = 8; ///< levels of the largest tree that is tried
 
-/// Kinds of operands.
-enum operand_kind : size_t { on_node, on_variable, on_constant, on_argument, on_compound, operand_kinds };
+/// Kinds of operands. A constant that is whole, without decimals, is a kind of its own: its head needs no look.
+enum operand_kind : size_t { on_node, on_variable, on_whole, on_constant, on_argument, on_compound, operand_kinds };
 
 /// The operators in the order of the table of steps.
 constexpr std::array quick_operators = {FX_PLUS, FX_MIN, FX_MULT, FX_DIV, FX_IDIV,  FX_REM,
@@ -36,9 +36,16 @@ rx_plain refused() {
     return load_value(rx_var_peek(symbol));
 }
 
-template <operand_kind kind> inline rx_plain load(const rx_operand &operand) {
+template <operand_kind kind> [[gnu::always_inline]] inline rx_plain load(const rx_operand &operand) {
+    if constexpr (kind == on_whole) return {static_cast<const rx_value *>(operand.ready)->real, rx_whole_head};
     if constexpr (kind == on_constant) return rx_plain_of(*static_cast<const rx_value *>(operand.ready));
-    if constexpr (kind == on_compound) return load_symbol(*static_cast<const rx_symbol *>(operand.ready));
+    if constexpr (kind == on_compound) {
+        const auto &symbol = *static_cast<const rx_symbol *>(operand.ready);
+        const rx_var *element = rx_var_element(symbol);
+        if (element && element->value.is_number()) [[likely]]
+            return rx_plain_of(element->value);
+        return load_symbol(symbol);
+    }
     if constexpr (kind == on_argument) {
         const rx_value *value = rx_quick_argument(*static_cast<const rx_op *>(operand.ready));
         if (value && value->carries_number()) [[likely]]
@@ -101,9 +108,17 @@ template <rx_operator_id id> [[gnu::noinline]] rx_plain compute(rx_plain a, rx_p
     }
 }
 
-/// What a node does: the commonest cases of whole numbers at once, anything else through `compute`.
+/// What a node does: the commonest cases of whole numbers at once, anything else through `compute`. Since no order of
+/// evaluation can be noticed here, a lone node among the operands comes first: nothing is kept meanwhile.
 template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain step(const rx_op &op) {
-    rx_plain a = load<left>(op.a), b = load<right>(op.b);
+    rx_plain a, b;
+    if constexpr (right == on_node && left != on_node) {
+        b = load<right>(op.b);
+        a = load<left>(op.a);
+    } else {
+        a = load<left>(op.a);
+        b = load<right>(op.b);
+    }
     if (rx_both_whole(a, b)) [[likely]] {
         if constexpr (id == FX_PLUS) {
             if (double sum = a.real + b.real; sum != HUGE_VAL) [[likely]]
@@ -112,8 +127,14 @@ template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain ste
             return rx_whole_sum(a, b, a.real - b.real);
         } else if constexpr (id == FX_MULT) {
             if (double product = a.real * b.real; product != HUGE_VAL) [[likely]]
-                return {product, rx_both_simple(a, b) ? rx_whole_head : rx_plain_head(rx_product_decimals(a, b), 1)};
-        } else if constexpr (id != FX_DIV && id != FX_IDIV && id != FX_REM) {
+                return {product, rx_whole_product_head(a, b)};
+        } else if constexpr (id == FX_REM) {
+            if (uint32_t n, divisor; rx_short_naturals(a, b, n, divisor)) [[likely]]
+                return {static_cast<double>(n % divisor), rx_bare_head};
+        } else if constexpr (id == FX_IDIV) {
+            if (uint32_t n, divisor; rx_short_naturals(a, b, n, divisor)) [[likely]]
+                return {static_cast<double>(n / divisor), rx_bare_head};
+        } else if constexpr (id != FX_DIV) {
             return truth(holds<id>(a.real, b.real));
         }
     }
@@ -167,7 +188,9 @@ bool prepare(const rx_operand &operand, unsigned depth, operand_kind &kind) {
     case STRING:
         kind = on_constant;
         operand.ready = operand.node->literal->number;
-        return operand.ready != nullptr;
+        if (!operand.ready) return false;
+        if (rx_head_of(*operand.node->literal->number) == rx_whole_head) kind = on_whole;
+        return true;
     case SYMBOL: {
         const rx_symbol &symbol = *operand.node->symbol;
         kind = symbol.compound() ? on_compound : on_variable;
@@ -190,6 +213,11 @@ bool prepare(const rx_operand &operand, unsigned depth, operand_kind &kind) {
 
 rx_plain rx_quick_compute(rx_operator_id id, rx_plain a, rx_plain b) {
     return computations[id](a, b);
+}
+
+void rx_quick_failed(const rx_op &op) {
+    // 0 would make the node look new.
+    if (--op.quick_left == 0) op.quick_left = -1;
 }
 
 bool rx_quick_first_look(const rx_op &op) {

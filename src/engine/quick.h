@@ -42,13 +42,18 @@ inline const rx_value *rx_quick_argument(const rx_op &call) {
     return &rx_args.value.args[n - 1].text;
 }
 
+/// Counts a failure; the last one closes the road.
+void rx_quick_failed(const rx_op &op);
+
 /// Tries a node that is nothing but arithmetic or comparison; false: take the ordinary road.
-inline bool rx_try_quick(const rx_expr *node, rx_plain &result) {
-    if (node->type != OP_NODE || !rx_quick_candidate(*node->op)) return false;
-    result = node->op->quick(*node->op);
+[[gnu::always_inline]] inline bool rx_try_quick(const rx_op &op, rx_plain &result) {
+    if (!rx_quick_candidate(op)) return false;
+    result = op.quick(op);
     if (!result.failed()) [[likely]]
         return true;
-    // The last attempt leaves -1: 0 would make the node look new.
-    if (--node->op->quick_left == 0) node->op->quick_left = -1;
+    rx_quick_failed(op);
     return false;
+}
+[[gnu::always_inline]] inline bool rx_try_quick(const rx_expr *node, rx_plain &result) {
+    return node->type == OP_NODE && rx_try_quick(*node->op, result);
 }

@@ -70,8 +70,9 @@ inline rx_flow run_clause(const rx_clause *clause) {
     return rx_flow::next;
 }
 
-/// Interactive tracing between clauses. False: the clause that has just ended runs once more.
-bool prompt(rx_flow &flow) {
+/// Interactive tracing between clauses. False: the clause that has just ended runs once more. Out of line: this is
+/// rare, and its frame is large.
+[[gnu::noinline, gnu::cold]] bool prompt(rx_flow &flow) {
     rx_trace_record &state = *rx_trace_state;
     if (rx_walk->interactive || state.clause_count <= state.prompts_to_skip) return true;
     state.clause_count = 0;

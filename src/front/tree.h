@@ -149,11 +149,15 @@ struct rx_expr_clause : rx_clause {
     rx_expr *expr; ///< null when absent
 };
 
+/// How an assignment is tried first; the engine finds it out when the clause runs for the first time.
+enum rx_assign_road : uint8_t { ASSIGN_UNKNOWN = 0, ASSIGN_NUMBER = 1, ASSIGN_GENERAL = 2 };
+
 struct rx_assign_clause : rx_clause {
     rx_expr *target;         ///< a SYMBOL
     rx_expr *value;          ///< null for `x =`
     rx_expr *from, *to;      ///< indexes, null when absent
     bool from_open, to_open; ///< the open side of `x[:j] =` and `x[i:] =`
+    mutable rx_assign_road road;
 };
 
 struct rx_if_clause : rx_clause {

@@ -117,6 +117,9 @@ inline bool rx_too_long(double whole, int digits) {
 [[gnu::always_inline]] inline rx_plain rx_whole_sum(rx_plain a, rx_plain b, double sum) {
     if (rx_both_simple(a, b)) [[likely]]
         return {sum, rx_whole_head};
+    // Without a zero among them the larger count of decimals counts, which is that of the larger head.
+    if (a.real * b.real * sum != 0) [[likely]]
+        return {sum, static_cast<uint64_t>(std::max(static_cast<int64_t>(a.head), static_cast<int64_t>(b.head)))};
     return {sum, rx_plain_head(rx_sum_decimals(a.decimals(), a.real, b.decimals(), b.real, sum), 1)};
 }
 
@@ -147,6 +150,11 @@ inline int32_t rx_product_decimals(rx_plain a, rx_plain b) {
     constexpr int32_t limit = 1 << 20;
     return std::clamp(a.decimals() + b.decimals(), -limit, limit);
 }
+/// The head of a product of whole numbers.
+[[gnu::always_inline]] inline uint64_t rx_whole_product_head(rx_plain a, rx_plain b) {
+    if (b.head == rx_whole_head) return a.head;
+    return rx_plain_head(rx_product_decimals(a, b), 1);
+}
 [[gnu::always_inline]] inline rx_plain rx_times_fractions(rx_plain a, rx_plain b, int digits) {
     double product = rx_operand_of(a, digits) * rx_operand_of(b, digits);
     if (product == HUGE_VAL) return rx_no_plain(rx_arithmetic_fault::overflow);
@@ -155,7 +163,7 @@ inline int32_t rx_product_decimals(rx_plain a, rx_plain b) {
 [[gnu::always_inline]] inline rx_plain rx_times(rx_plain a, rx_plain b, int digits) {
     if (!rx_both_whole(a, b) || a.real * b.real == HUGE_VAL) [[unlikely]]
         return rx_times_fractions(a, b, digits);
-    return {a.real * b.real, rx_both_simple(a, b) ? rx_whole_head : rx_plain_head(rx_product_decimals(a, b), 1)};
+    return {a.real * b.real, rx_whole_product_head(a, b)};
 }
 
 [[gnu::always_inline]] inline rx_plain rx_divide(rx_plain a, rx_plain b, int digits) {
@@ -172,6 +180,16 @@ inline bool rx_short_integers(rx_plain a, rx_plain b, int32_t &left, int32_t &ri
     left = static_cast<int32_t>(a.real);
     right = static_cast<int32_t>(b.real);
     return right != 0;
+}
+
+/// Two whole numbers from 0 to 10^9 and at most 10^digits, the divisor no 0: their quotient and remainder are found by
+/// integers, and neither is too long.
+[[gnu::always_inline]] inline bool rx_short_naturals(rx_plain a, rx_plain b, uint32_t &n, uint32_t &divisor) {
+    double limit = rx_tens(std::min(rx_numeric.value.digits, 9));
+    if (!(a.real <= limit && b.real <= limit && a.real >= 0 && b.real > 0)) return false;
+    n = static_cast<uint32_t>(static_cast<int64_t>(a.real));
+    divisor = static_cast<uint32_t>(static_cast<int64_t>(b.real));
+    return true;
 }
 
 inline rx_plain rx_whole_divide(rx_plain a, rx_plain b, int digits) {

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Numbers above this aren't looked up in a stem's array; nine digits are spelled alike under the default settings.
+/// Numbers above this aren't looked up in a stem's elements; nine digits are spelled alike under the default settings.
 constexpr double largest_index = 999999999.0;
 constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
 
@@ -129,7 +129,7 @@ void rx_stem::append(rx_var &var) {
 }
 
 rx_var *rx_stem::find(uint32_t index) const {
-    if (index < array.size() && array[index]) return array[index];
+    if (index < elements.count && elements.at[index]) return elements.at[index];
     return sparse ? find(std::string_view(rx_int_text(index))) : nullptr;
 }
 
@@ -140,18 +140,31 @@ rx_var *rx_stem::find(std::string_view tail) const {
 }
 
 rx_var &rx_stem::enter(uint32_t index) {
-    if (index >= array.size()) {
-        if (index > in_array * 2 + 64) {
+    if (index >= elements.count) {
+        if (index > in_elements * 2 + 64) {
             sparse = true;
             return enter(std::string_view(rx_int_text(index)));
         }
-        array.resize(std::max<size_t>(index + size_t{1}, array.size() * 2));
+        make_room(index + size_t{1});
     }
     rx_var *var = level->make(nullptr, index);
     append(*var);
-    array[index] = var;
-    in_array++;
+    elements.at[index] = var;
+    in_elements++;
     return *var;
+}
+
+/// Makes `count` numbers fit; doubling keeps the cost of each at a constant.
+void rx_stem::make_room(size_t count) {
+    if (count > room) {
+        size_t larger = std::max(count, room * 2);
+        auto *at = static_cast<rx_var **>(std::realloc(elements.at, larger * sizeof(rx_var *)));
+        if (!at) throw std::bad_alloc();
+        elements.at = at;
+        room = larger;
+    }
+    std::fill(elements.at + elements.count, elements.at + count, nullptr);
+    elements.count = count;
 }
 
 rx_var &rx_stem::enter(std::string_view tail) {

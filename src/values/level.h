@@ -3,6 +3,7 @@
 
 #include "values/store.h"
 
+#include <cstdlib>
 #include <memory>
 
 /// Open addressing with linear probing over pointers; grows at three quarters. The hash is kept beside each pointer, so
@@ -54,16 +55,22 @@ private:
 };
 
 /// A stem of one level: its key entry (the default), and its compounds. A tail that is a plain whole number is found
-/// through `array` when it lies in the dense range, any other through `tails`.
+/// through `elements` when it lies in the dense range, any other through `tails`.
 struct rx_stem {
     std::string_view name;
     rx_level *level;
     rx_var *key = nullptr;
     rx_var *first = nullptr, *last = nullptr; ///< compounds in order of entry
-    std::vector<rx_var *> array;
-    size_t in_array = 0;
+    rx_elements elements;                     ///< of this `room`
+    size_t room = 0;
+    size_t in_elements = 0;
     bool sparse = false; ///< some plain numbers are in `tails`
     rx_pointer_table<rx_var> tails;
+
+    rx_stem() = default;
+    rx_stem(const rx_stem &) = delete;
+    rx_stem &operator=(const rx_stem &) = delete;
+    ~rx_stem() { std::free(elements.at); }
 
     rx_var *find(uint32_t index) const;
     rx_var *find(std::string_view tail) const;
@@ -78,6 +85,7 @@ struct rx_stem {
 
 private:
     void append(rx_var &var);
+    void make_room(size_t count);
 };
 
 struct rx_level {

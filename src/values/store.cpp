@@ -142,10 +142,9 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 
 /// The plain whole number that the only tail of a compound holds, when that can be had without making a text; else -1.
 inline int64_t ready_index(const rx_symbol &symbol) {
-    if (symbol.tail_count != 1) return -1;
-    const rx_tail &tail = symbol.tails[0];
-    if (tail.serial != rx_scope->serial || !tail.var || tail.var->state != RX_SET) return -1;
-    return tail.var->value.is_number() ? rx_plain_index(tail.var->value) : -1;
+    if (symbol.elements_serial != rx_scope->serial && !rx_find_elements(symbol)) return -1;
+    const rx_value &tail = symbol.tails->var->value;
+    return tail.is_number() ? rx_plain_index(tail) : -1;
 }
 
 rx_var *find_tail(const rx_stem &stem, const resolved_tails &tails) {
@@ -302,12 +301,13 @@ const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read h
     return var && var->state == RX_SET ? var->value : uninitialised(symbol.name, scratch, how);
 }
 
-rx_var *rx_var_element(const rx_symbol &symbol) {
-    if (symbol.serial != rx_scope.value.serial || !symbol.stem_entry) return nullptr;
-    int64_t index = ready_index(symbol);
-    if (index < 0) return nullptr;
-    rx_var *var = symbol.stem_entry->find(static_cast<uint32_t>(index));
-    return var && var->state == RX_SET ? var : nullptr;
+bool rx_find_elements(const rx_symbol &symbol) {
+    if (symbol.tail_count != 1 || symbol.serial != rx_scope->serial || !symbol.stem_entry) return false;
+    const rx_tail &tail = symbol.tails[0];
+    if (tail.constant || tail.serial != rx_scope->serial || !tail.var) return false;
+    symbol.elements = &symbol.stem_entry->elements;
+    symbol.elements_serial = rx_scope->serial;
+    return true;
 }
 
 const rx_value *rx_var_peek(const rx_symbol &symbol) {
@@ -320,7 +320,11 @@ const rx_value *rx_var_peek(const rx_symbol &symbol) {
         const rx_var *key = find_key(symbol);
         return key && key->state == RX_SET ? &key->value : nullptr;
     }
-    if (const rx_var *var = rx_var_element(symbol)) return &var->value;
+    if (int64_t index = ready_index(symbol); index >= 0) {
+        const rx_var *var = symbol.stem_entry->find(static_cast<uint32_t>(index));
+        if (!var || var->state == RX_DROPPED) return default_of(symbol.stem_entry);
+        if (var->state == RX_SET) return &var->value;
+    }
     resolved_tails tails;
     resolve_tails(symbol, tails);
     rx_stem *stem;

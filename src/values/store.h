@@ -16,9 +16,11 @@
 
 #include "base/raise.h"
 #include "base/run_local.h"
+#include "values/arithmetic.h"
 #include "values/symbol.h"
 #include "values/value.h"
 
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -39,6 +41,12 @@ struct rx_var {
 };
 
 struct rx_level;
+
+/// The entries of a stem by number, where the numbers lie densely enough; null where there is none.
+struct rx_elements {
+    rx_var **at = nullptr;
+    size_t count = 0;
+};
 
 /// The scope in force. `serial` is unique for every change of what names mean.
 struct rx_scope_record {
@@ -74,9 +82,20 @@ inline const rx_value *rx_var_cached(const rx_symbol &symbol) {
                                                                                                : nullptr;
 }
 
-/// The set entry of a compound whose only tail is a variable with a plain whole number, found without spelling it; null
-/// says nothing.
-rx_var *rx_var_element(const rx_symbol &symbol);
+/// Prepares a compound symbol for rx_var_element; false when its only tail isn't a variable that is there.
+bool rx_find_elements(const rx_symbol &symbol);
+
+/// The entry of a compound whose only tail is a variable with a plain whole number, found without spelling it; null
+/// says nothing. The entry may be unset or exposed: its value is of kind none then.
+inline rx_var *rx_var_element(const rx_symbol &symbol) {
+    if (symbol.elements_serial != rx_scope.value.serial && !rx_find_elements(symbol)) [[unlikely]]
+        return nullptr;
+    const rx_value &tail = symbol.tails->var->value;
+    // More digits than that don't show under NUMERIC DIGITS 9; a negative zero isn't spelled like one.
+    if (rx_head_of(tail) != rx_whole_head || rx_numeric.value.digits < 9 || std::signbit(tail.real)) return nullptr;
+    auto index = static_cast<uint64_t>(static_cast<int64_t>(tail.real));
+    return index < symbol.elements->count ? symbol.elements->at[index] : nullptr;
+}
 
 /// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.
 void rx_var_assign(const rx_symbol &symbol, rx_value &&value);

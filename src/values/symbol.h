@@ -13,6 +13,7 @@
 
 struct rx_var;
 struct rx_stem;
+struct rx_elements;
 
 struct rx_tail {
     std::string_view text;
@@ -35,6 +36,10 @@ struct rx_symbol {
     mutable uint64_t serial = 0;
     mutable rx_var *var = nullptr;         ///< simple symbols, valid for `serial`
     mutable rx_stem *stem_entry = nullptr; ///< compound symbols, valid for `serial`
+    /// Compound symbols with a single tail whose variable was found: the stem's entries by number, valid as long as the
+    /// scope has this serial number. The tail's own cache is then valid, too.
+    mutable const rx_elements *elements = nullptr;
+    mutable uint64_t elements_serial = 0;
 
     bool compound() const { return tails != nullptr; }
 };
