@@ -5,6 +5,7 @@
 #include "engine/trace.h"
 #include "platform/stack.h"
 
+#include <memory>
 #include <new>
 #include <set>
 
@@ -86,7 +87,7 @@ struct call_frame {
     rx_settings_record settings = *rx_settings;
     rx_numeric_settings numeric = *rx_numeric;
     rx_args_record args = *rx_args;
-    std::string condition_text;
+    std::unique_ptr<std::string> condition_text; ///< null for an empty one, which is nearly always so
     std::string_view interpreted_text = *rx_interpreted_text;
     unsigned interpret_depth = rx_walk->interpret_depth;
     unsigned call_depth = rx_walk->call_depth;
@@ -95,7 +96,7 @@ struct call_frame {
     char *stack_limit = rx_stack_limit;
 
     call_frame() {
-        if (!rx_condition_text->empty()) condition_text = *rx_condition_text;
+        if (!rx_condition_text->empty()) condition_text = std::make_unique<std::string>(*rx_condition_text);
     }
     call_frame(const call_frame &) = delete;
     call_frame &operator=(const call_frame &) = delete;
@@ -106,7 +107,10 @@ struct call_frame {
         rx_settings->trace |= debugger;
         *rx_numeric = numeric;
         *rx_args = args;
-        if (!condition_text.empty() || !rx_condition_text->empty()) *rx_condition_text = std::move(condition_text);
+        if (condition_text)
+            *rx_condition_text = std::move(*condition_text);
+        else if (!rx_condition_text->empty())
+            rx_condition_text->clear();
         *rx_interpreted_text = interpreted_text;
         rx_walk->interpret_depth = interpret_depth;
         rx_walk->call_depth = call_depth;

@@ -234,11 +234,11 @@ void rx_set_code(rx_system_variable name, double number) {
 
 void rx_set_sigl(unsigned line) {
     const rx_symbol &symbol = rx_system_symbol(RX_SIGL);
-    rx_plain number{rx_own_line(**rx_program_now, line) + 1.0, rx_whole_head};
+    double number = rx_own_line(**rx_program_now, line) + 1.0;
     if (const rx_value *held = rx_var_cached(symbol); held && held->is_number()) {
-        rx_put_plain(rx_var_writable(*symbol.var), number);
+        rx_put_plain(rx_var_writable(*symbol.var), {number, rx_whole_head});
         symbol.var->generation++;
     } else {
-        rx_var_assign(symbol, rx_value_of(number));
+        rx_var_promise(symbol, number);
     }
 }

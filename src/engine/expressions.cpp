@@ -202,20 +202,27 @@ inline bool ready_number(const rx_operand &operand, bool from_text, rx_plain &pl
         plain = rx_plain_of(*value);
         return true;
     }
-    plain.head = rx_whole_head;
-    return from_text && rx_carried_number(*value, plain.real);
+    double number;
+    if (!from_text || !rx_carried_number(*value, number)) return false;
+    plain = {number, rx_whole_head};
+    return true;
 }
 
 /// An operand of such an operator: the number, and the value when one had to be made.
 struct number_operand {
-    rx_plain plain = rx_no_plain(rx_arithmetic_fault::not_a_number);
+    rx_plain plain;
     rx_value value;
 
     void evaluate(const rx_operand &operand, rx_operand_use use, int which) {
         if (ready_number(operand, use == RX_AS_NUMBER, plain)) return;
+        plain = rx_no_plain(rx_arithmetic_fault::not_a_number);
         const rx_value &found = fetch(operand, 0, use, value, which);
         if (&found != &value) value = rx_copy_value(found);
-        plain = value.is_number() ? rx_plain_of(value) : rx_no_plain(rx_arithmetic_fault::not_a_number);
+        if (value.is_number()) {
+            plain = rx_plain_of(value);
+        } else if (use == RX_AS_NUMBER && value.carries_number()) {
+            plain = {value.carried.number, rx_whole_head};
+        }
     }
     const rx_value &as_value(const rx_operand &operand, rx_operand_use use) {
         if (value.is_none() && operand.kind == STRING) return literal(operand.node, use);

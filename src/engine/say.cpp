@@ -2,6 +2,7 @@
 #include "base/output.h"
 #include "engine/clauses.h"
 #include "engine/host.h"
+#include "engine/quick.h"
 #include "engine/trace.h"
 #include "platform/directories.h"
 #include "platform/stack.h"
@@ -77,7 +78,10 @@ rx_flow rx_exit(const rx_expr_clause &clause) {
     if (rx_walk->call_depth <= 1) return rx_exit(clause);
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return rx_flow::next;
-    if (clause.expr) {
+    rx_plain plain;
+    if (clause.expr && shown.level == 0 && rx_walk->result.is_none() && rx_try_quick(clause.expr, plain)) {
+        rx_put_plain(rx_walk->result, plain);
+    } else if (clause.expr) {
         rx_walk->result = do_exec(clause.expr, shown.level);
         trace_value(shown.level, rx_walk->result);
     } else {

@@ -78,6 +78,7 @@ void rx_pop_level() {
         if (stem->key) stem->key->~rx_var();
     }
     level->stems.clear();
+    level->promised = nullptr;
     level->names.clear();
     level->stem_table.clear();
     level->arena.reset();
@@ -111,6 +112,15 @@ rx_var &rx_level::enter(std::string_view name, uint64_t hash) {
     return *var;
 }
 
+void rx_level::keep_promise() {
+    const rx_symbol &symbol = *promised;
+    promised = nullptr;
+    rx_var &var = enter(symbol.name, symbol.hash);
+    entered--; // its place in the order was taken when the promise was made
+    var.order = promised_order;
+    rx_var_store(var, rx_value_of({promised_number, rx_whole_head}));
+}
+
 rx_stem &rx_level::enter_stem(std::string_view name, uint64_t hash) {
     stems.push_back(std::make_unique<rx_stem>());
     rx_stem *stem = stems.back().get();
@@ -135,7 +145,7 @@ rx_var *rx_stem::find(uint32_t index) const {
 
 rx_var *rx_stem::find(std::string_view tail) const {
     return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) {
-        return std::string_view(var.name, var.name_length).substr(name.size() + 1) == tail;
+        return rx_same_name({var.name + name.size() + 1, var.name_length - name.size() - 1}, tail);
     });
 }
 

@@ -6,6 +6,11 @@
 #include <cstdlib>
 #include <memory>
 
+/// Equality of two names whose lookup hashes are equal: short ones are then equal when their lengths are.
+inline bool rx_same_name(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && (a.size() <= rx_exact_hash_length || std::memcmp(a.data(), b.data(), a.size()) == 0);
+}
+
 /// Open addressing with linear probing over pointers; grows at three quarters. The hash is kept beside each pointer, so
 /// that growing needs no names and most misses touch one line.
 template <class T> struct rx_pointer_table {
@@ -67,7 +72,7 @@ struct rx_stem {
     bool sparse = false; ///< some plain numbers are in `tails`
     rx_pointer_table<rx_var> tails;
 
-    rx_stem() = default;
+    rx_stem() { elements.stem = this; }
     rx_stem(const rx_stem &) = delete;
     rx_stem &operator=(const rx_stem &) = delete;
     ~rx_stem() { std::free(elements.at); }
@@ -98,11 +103,20 @@ struct rx_level {
     rx_var *first = nullptr; ///< simple names, newest first
     uint32_t entered = 0;
 
-    rx_var *find(std::string_view name, uint64_t hash) const {
-        return names.find(hash, [&](const rx_var &var) { return std::string_view(var.name, var.name_length) == name; });
+    /// A number assigned to a simple name that has no entry here yet (see rx_var_promise): the entry is made when
+    /// somebody looks for it. Null: nothing is promised.
+    const rx_symbol *promised = nullptr;
+    uint32_t promised_order = 0;
+    double promised_number = 0;
+
+    rx_var *find(std::string_view name, uint64_t hash) {
+        if (promised && promised->hash == hash) [[unlikely]]
+            keep_promise();
+        return names.find(hash, [&](const rx_var &var) { return rx_same_name({var.name, var.name_length}, name); });
     }
+    void keep_promise();
     rx_stem *find_stem(std::string_view name, uint64_t hash) const {
-        return stem_table.find(hash, [&](const rx_stem &stem) { return stem.name == name; });
+        return stem_table.find(hash, [&](const rx_stem &stem) { return rx_same_name(stem.name, name); });
     }
     rx_var &enter(std::string_view name, uint64_t hash);
     rx_stem &enter_stem(std::string_view name, uint64_t hash);

@@ -76,9 +76,10 @@ std::string rx_list_tails(std::string_view prefix) {
 }
 
 std::string rx_show_vars(unsigned number) {
-    const rx_level *level = rx_scope->level;
+    rx_level *level = rx_scope->level;
     for (unsigned i = 0; level && i < number; i++) level = level->older;
     if (!level || level->entered == 0) return {};
+    if (level->promised) level->keep_promise();
 
     std::vector<listed> all;
     for (const rx_var *var = level->first; var; var = var->next) add(all, {var->name, var->name_length}, *var);

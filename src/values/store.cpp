@@ -143,7 +143,7 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 /// The plain whole number that the only tail of a compound holds, when that can be had without making a text; else -1.
 inline int64_t ready_index(const rx_symbol &symbol) {
     if (symbol.elements_serial != rx_scope->serial && !rx_find_elements(symbol)) return -1;
-    const rx_value &tail = symbol.tails->var->value;
+    const rx_value &tail = symbol.index->value;
     return tail.is_number() ? rx_plain_index(tail) : -1;
 }
 
@@ -305,6 +305,7 @@ bool rx_find_elements(const rx_symbol &symbol) {
     if (symbol.tail_count != 1 || symbol.serial != rx_scope->serial || !symbol.stem_entry) return false;
     const rx_tail &tail = symbol.tails[0];
     if (tail.constant || tail.serial != rx_scope->serial || !tail.var) return false;
+    symbol.index = tail.var;
     symbol.elements = &symbol.stem_entry->elements;
     symbol.elements_serial = rx_scope->serial;
     return true;
@@ -321,8 +322,9 @@ const rx_value *rx_var_peek(const rx_symbol &symbol) {
         return key && key->state == RX_SET ? &key->value : nullptr;
     }
     if (int64_t index = ready_index(symbol); index >= 0) {
-        const rx_var *var = symbol.stem_entry->find(static_cast<uint32_t>(index));
-        if (!var || var->state == RX_DROPPED) return default_of(symbol.stem_entry);
+        const rx_stem *stem = symbol.elements->stem;
+        const rx_var *var = stem->find(static_cast<uint32_t>(index));
+        if (!var || var->state == RX_DROPPED) return default_of(stem);
         if (var->state == RX_SET) return &var->value;
     }
     resolved_tails tails;
@@ -360,6 +362,19 @@ void rx_var_assign(const rx_symbol &symbol, rx_value &&value) {
     rx_var &var = rx_var_entry(symbol);
     rx_var_store(var, std::move(value));
     if (symbol.environment) export_to_environment(rx_resolve_name(symbol), var.value);
+}
+
+void rx_var_promise(const rx_symbol &symbol, double whole) {
+    rx_level &level = *rx_scope->level;
+    if (level.promised == &symbol) {
+        level.promised_number = whole;
+    } else if (level.promised || level.find(symbol.name, symbol.hash)) {
+        rx_var_assign(symbol, rx_value_of({whole, rx_whole_head}));
+    } else {
+        level.promised = &symbol;
+        level.promised_order = level.entered++;
+        level.promised_number = whole;
+    }
 }
 
 std::string rx_resolve_name(const rx_symbol &symbol) {

@@ -46,6 +46,7 @@ struct rx_level;
 struct rx_elements {
     rx_var **at = nullptr;
     size_t count = 0;
+    rx_stem *stem = nullptr; ///< whose they are
 };
 
 /// The scope in force. `serial` is unique for every change of what names mean.
@@ -90,7 +91,7 @@ bool rx_find_elements(const rx_symbol &symbol);
 inline rx_var *rx_var_element(const rx_symbol &symbol) {
     if (symbol.elements_serial != rx_scope.value.serial && !rx_find_elements(symbol)) [[unlikely]]
         return nullptr;
-    const rx_value &tail = symbol.tails->var->value;
+    const rx_value &tail = symbol.index->value;
     // More digits than that don't show under NUMERIC DIGITS 9; a negative zero isn't spelled like one.
     if (rx_head_of(tail) != rx_whole_head || rx_numeric.value.digits < 9 || std::signbit(tail.real)) return nullptr;
     auto index = static_cast<uint64_t>(static_cast<int64_t>(tail.real));
@@ -99,6 +100,10 @@ inline rx_var *rx_var_element(const rx_symbol &symbol) {
 
 /// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.
 void rx_var_assign(const rx_symbol &symbol, rx_value &&value);
+
+/// Assigns a whole number to a simple symbol that is rarely read: where the level in force has no entry for it, the entry
+/// is made when somebody looks for it.
+void rx_var_promise(const rx_symbol &symbol, double whole);
 
 /// The entry that an assignment to the symbol goes to. One that was there has its generation raised, a missing one is
 /// made (state RX_DROPPED).

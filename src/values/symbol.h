@@ -36,16 +36,19 @@ struct rx_symbol {
     mutable uint64_t serial = 0;
     mutable rx_var *var = nullptr;         ///< simple symbols, valid for `serial`
     mutable rx_stem *stem_entry = nullptr; ///< compound symbols, valid for `serial`
-    /// Compound symbols with a single tail whose variable was found: the stem's entries by number, valid as long as the
-    /// scope has this serial number. The tail's own cache is then valid, too.
+    /// Compound symbols with a single tail whose variable was found: that variable and the stem's entries by number, both
+    /// valid as long as the scope has this serial number.
+    mutable const rx_var *index = nullptr;
     mutable const rx_elements *elements = nullptr;
     mutable uint64_t elements_serial = 0;
 
     bool compound() const { return tails != nullptr; }
 };
 
-/// The hash that the variable store looks names up with.
+/// The hash that the variable store looks names up with. Two names of one length up to `rx_exact_hash_length` have the
+/// same hash only when they are the same.
 uint64_t rx_lookup_hash(std::string_view name);
+constexpr size_t rx_exact_hash_length = 8;
 
 /// Splits a name, already folded, into a symbol record. Text and records live in the arena.
 rx_symbol *rx_parse_tails(rx_arena &arena, std::string_view name);
