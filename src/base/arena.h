@@ -62,6 +62,13 @@ struct rx_arena {
         end_ = blocks_.empty() ? nullptr : free_ + blocks_[0].size;
     }
 
+    /// Bytes that the arena has taken, used or not.
+    size_t size() const {
+        size_t all = 0;
+        for (const block &each : blocks_) all += each.size;
+        return all;
+    }
+
 private:
     template <class Word> static void move_ends(char *to, std::string_view text) {
         Word first, last;

@@ -32,7 +32,7 @@ constexpr size_t shortest_kept = 256, longest_kept = size_t{1} << 26;
 /// variable that the text belongs to, or null.
 void recall(std::string_view text, rx_var *var) {
     auto &[front, other] = splits;
-    if (var && var->remembered) {
+    if (var && var->marks & RX_REMEMBERED) {
         if (var == other.var) std::swap(front, other);
         if (var == front.var) return;
     }
@@ -42,7 +42,7 @@ void recall(std::string_view text, rx_var *var) {
         front.words.clear();
         front.next = 0;
     }
-    if (var) var->remembered = true;
+    if (var) var->marks |= RX_REMEMBERED;
     if (var == other.var) other.var = nullptr;
     front.var = var;
 }

@@ -132,14 +132,34 @@ void rx_drop_clause(const rx_names_clause &clause) {
     for_each_name(clause.names, false, rx_drop);
 }
 
+namespace {
+
+/// True when the clause exposes the same names in each call: whole stems and simple names, none of them a list.
+bool exposes_the_same(const rx_expr *names) {
+    for (const rx_expr *name = names; name; name = name->next) {
+        const rx_symbol &symbol = *name->symbol;
+        if (name->flag == 2 || (symbol.compound() && !symbol.whole_stem)) return false;
+    }
+    return true;
+}
+
+} // namespace
+
 [[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip || rx_walk->call_depth <= 1) return;
-    if (!rx_settings->procedure) {
-        rx_push_level();
+    bool first = !rx_settings->procedure;
+    if (first) {
         rx_settings->procedure = true;
+        if (clause.level_number && rx_push_level_again(clause.level_number)) return;
+        rx_push_level();
     }
     for_each_name(clause.names, true, rx_expose);
+    if (first && exposes_the_same(clause.names)) {
+        static constinit uint32_t last_number = 0;
+        if (!clause.level_number) clause.level_number = ++last_number;
+        rx_keep_level(clause.level_number);
+    }
 }
 
 void rx_numeric_instruction(const rx_numeric_clause &clause) {

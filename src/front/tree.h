@@ -224,8 +224,9 @@ struct rx_call_clause : rx_clause {
     rx_op *call; ///< kind RX_CALL: name and arguments
 };
 
-struct rx_names_clause : rx_clause { ///< CL_PROCEDURE, CL_DROP, CL_UPPER, CL_LOWER
-    rx_expr *names;                  ///< chain, null when absent
+struct rx_names_clause : rx_clause {   ///< CL_PROCEDURE, CL_DROP, CL_UPPER, CL_LOWER
+    rx_expr *names;                    ///< chain, null when absent
+    mutable uint32_t level_number = 0; ///< a PROCEDURE: what its levels are kept under, see rx_keep_level
 };
 
 enum rx_parse_source : uint8_t {

@@ -66,11 +66,38 @@ void rx_push_level() {
     rx_new_serial();
 }
 
-void rx_pop_level() {
-    rx_level *level = rx_scope->level;
-    // Names mean again what they meant before, so caches that were filled then are good again.
-    rx_scope->level = level->older;
-    rx_scope->serial = level->older_serial;
+namespace {
+
+/// Levels that are kept, all together, and those of one level. A deep recursion keeps its deepest levels.
+constinit unsigned all_kept = 0;
+constexpr unsigned most_kept = 256, most_kept_here = 8;
+/// A level that has taken more memory, or has more elements of a stem, isn't kept.
+constexpr size_t largest_kept = 8 * 1024;
+constexpr uint32_t most_entries_kept = 256;
+
+void unset(rx_var *var) {
+    for (; var; var = var->next) {
+        if (var->state == RX_EXPOSED) continue;
+        var->value = rx_value();
+        var->state = RX_DROPPED;
+        var->marks = RX_LEFT_OVER;
+    }
+}
+
+void discard(rx_level *level);
+
+void discard_kept(rx_level &level) {
+    while (rx_level *kept = level.kept) {
+        level.kept = kept->next_kept;
+        all_kept--;
+        discard(kept);
+    }
+    level.kept_count = 0;
+}
+
+/// Empties a level; it becomes a spare one or is freed.
+void discard(rx_level *level) {
+    discard_kept(*level);
     free_values(level->first);
     level->first = nullptr;
     for (auto &stem : level->stems) {
@@ -79,6 +106,7 @@ void rx_pop_level() {
     }
     level->stems.clear();
     level->promised = nullptr;
+    level->procedure = 0;
     level->names.clear();
     level->stem_table.clear();
     level->arena.reset();
@@ -90,6 +118,54 @@ void rx_pop_level() {
     level->older = spare_levels;
     spare_levels = level;
     spare_count++;
+}
+
+/// Keeps the level that is being left, if it may be.
+bool keep(rx_level &level) {
+    if (level.procedure == 0 || all_kept == most_kept || level.older->kept_count == most_kept_here) return false;
+    if (level.entered > most_entries_kept || level.arena.size() > largest_kept) return false;
+    unset(level.first);
+    for (auto &stem : level.stems) {
+        unset(stem->first);
+        unset(stem->key);
+    }
+    level.promised = nullptr;
+    rx_level &older = *level.older;
+    level.next_kept = older.kept;
+    older.kept = &level;
+    older.kept_count++;
+    all_kept++;
+    return true;
+}
+
+} // namespace
+
+void rx_pop_level() {
+    rx_level *level = rx_scope->level;
+    level->serial = rx_scope->serial;
+    // Names mean again what they meant before, so caches that were filled then are good again.
+    rx_scope->level = level->older;
+    rx_scope->serial = level->older_serial;
+    if (!keep(*level)) discard(level);
+}
+
+void rx_keep_level(uint32_t procedure) {
+    rx_scope->level->procedure = procedure;
+}
+
+bool rx_push_level_again(uint32_t procedure) {
+    rx_level &older = *rx_scope->level;
+    for (rx_level **link = &older.kept; *link; link = &(*link)->next_kept) {
+        rx_level *level = *link;
+        if (level->procedure != procedure || level->older_serial != rx_scope->serial) continue;
+        *link = level->next_kept;
+        older.kept_count--;
+        all_kept--;
+        rx_scope->level = level;
+        rx_scope->serial = level->serial;
+        return true;
+    }
+    return false;
 }
 
 bool rx_at_outermost_level() {

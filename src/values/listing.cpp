@@ -22,6 +22,7 @@ void sort_listed(std::vector<listed> &all) {
 }
 
 void add(std::vector<listed> &all, std::string name, const rx_var &var) {
+    if (var.marks & RX_LEFT_OVER) return;
     unsigned slot = rx_hash_name(name, listing_mask);
     all.push_back({slot, std::move(name), &var});
 }
@@ -78,7 +79,7 @@ std::string rx_list_tails(std::string_view prefix) {
 std::string rx_show_vars(unsigned number) {
     rx_level *level = rx_scope->level;
     for (unsigned i = 0; level && i < number; i++) level = level->older;
-    if (!level || level->entered == 0) return {};
+    if (!level) return {};
     if (level->promised) level->keep_promise();
 
     std::vector<listed> all;
@@ -88,6 +89,7 @@ std::string rx_show_vars(unsigned number) {
         for (const rx_var *var = stem->first; var; var = var->next)
             add(all, std::string(stem->name) + "." + stem->tail_of(*var), *var);
     }
+    if (all.empty()) return {};
     sort_listed(all);
     std::string result = "\n.......... show: level " + rx_int_text(number) + "\n\n";
     for (const listed &each : all) {

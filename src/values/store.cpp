@@ -449,6 +449,7 @@ rx_level *owner_in(rx_level *level, const rx_symbol &symbol, const resolved_tail
 
 void rx_expose(const rx_symbol &symbol) {
     rx_level *level = rx_scope->level;
+    level->procedure = 0;
     rx_var *var;
     resolved_tails tails;
     if (!symbol.compound()) {

@@ -37,7 +37,12 @@ struct rx_var {
     uint32_t name_length;    ///< of an array element: the number that is its tail
     uint32_t pins = 0;       ///< how many rx_pin hold the value, usually none
     rx_var_state state = RX_DROPPED;
-    bool remembered = false; ///< set by the word functions, which remember a text's words; cleared by every writer
+    uint8_t marks = 0; ///< rx_var_mark; every writer takes them away
+};
+
+enum rx_var_mark : uint8_t {
+    RX_REMEMBERED = 1, ///< set by the word functions, which remember a text's words
+    RX_LEFT_OVER = 2,  ///< the entry was made by an earlier call of the routine and is unset: it isn't shown
 };
 
 struct rx_level;
@@ -58,8 +63,14 @@ inline rx_run_local<rx_scope_record> rx_scope;
 
 /// Pushes an empty level; the older one is reached through exposed entries.
 void rx_push_level();
-/// Frees the newest level and everything in it.
+/// Leaves the newest level; its values are freed.
 void rx_pop_level();
+/// Marks the newest level as that of a PROCEDURE clause that exposes just what its names say: a later call of the same
+/// clause from the same scope may have it back, see rx_push_level_again. `procedure` is the clause's own number, from 1.
+void rx_keep_level(uint32_t procedure);
+/// Pushes the level that the clause of that number made in the scope in force before, when it was kept: its names mean
+/// what they meant then, exposed ones included, and all that aren't exposed are unset. False: there is none.
+bool rx_push_level_again(uint32_t procedure);
 /// True for the level that rx_push_level made first in this run.
 bool rx_at_outermost_level();
 
@@ -119,7 +130,7 @@ void rx_save_pinned(rx_var &var);
 inline rx_value &rx_var_writable(rx_var &var) {
     if (var.pins) [[unlikely]]
         rx_save_pinned(var);
-    var.remembered = false;
+    var.marks = 0;
     return var.value;
 }
 
