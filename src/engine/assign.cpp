@@ -184,12 +184,23 @@ inline bool store_number(const rx_assign_clause &clause) {
     return true;
 }
 
-/// True when the right side may be a number for store_number, and the whole variable is assigned.
-bool may_be_number(const rx_assign_clause &clause) {
+/// A value for a simple variable: nothing that happens on the right can change which variable that is.
+[[gnu::noinline]] void assign_plain(const rx_assign_clause &clause) {
+    const rx_symbol &target = *clause.target->symbol;
+    rx_value scratch;
+    const rx_value &value = rx_view(clause.value, 0, scratch);
+    rx_var &var = rx_var_entry(target);
+    rx_var_store(var, &value == &scratch ? std::move(scratch) : rx_copy_value(value));
+}
+
+/// The first look at a clause that hasn't run yet.
+[[gnu::noinline]] rx_assign_road choose_road(const rx_assign_clause &clause) {
     const rx_expr *value = clause.value;
-    if (!value || clause.from || clause.to || clause.target->symbol->bad_name) return false;
-    if (value->type == STRING) return value->flag == 0 && value->literal->number;
-    return value->type == OP_NODE && rx_quick_candidate(*value->op);
+    const rx_symbol &target = *clause.target->symbol;
+    if (!value || clause.from || clause.to || target.bad_name) return ASSIGN_GENERAL;
+    bool constant = value->type == STRING && value->flag == 0 && value->literal->number;
+    if (constant || (value->type == OP_NODE && rx_quick_candidate(*value->op))) return ASSIGN_NUMBER;
+    return target.compound() || target.environment || joins(value) ? ASSIGN_GENERAL : ASSIGN_PLAIN;
 }
 
 /// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.
@@ -205,11 +216,6 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
         return rx_var_store(*target.var, std::move(value));
     }
     rx_var_assign(target, std::move(value));
-}
-
-/// The first look at a clause that hasn't run yet.
-[[gnu::noinline]] rx_assign_road choose_road(const rx_assign_clause &clause) {
-    return clause.road = may_be_number(clause) ? ASSIGN_NUMBER : ASSIGN_GENERAL;
 }
 
 [[gnu::noinline]] void assign_in_general(const rx_assign_clause &clause) {
@@ -233,9 +239,11 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
 } // namespace
 
 void rx_assign(const rx_assign_clause &clause) {
-    rx_assign_road road = clause.road;
-    if (road == ASSIGN_UNKNOWN) [[unlikely]]
-        road = choose_road(clause);
-    if (road == ASSIGN_NUMBER && (rx_settings->trace & TRACE_CLAUSES) == 0 && store_number(clause)) return;
+    if (clause.road == ASSIGN_UNKNOWN) [[unlikely]]
+        clause.road = choose_road(clause);
+    if (clause.road != ASSIGN_GENERAL && (rx_settings->trace & TRACE_CLAUSES) == 0) [[likely]] {
+        if (clause.road == ASSIGN_PLAIN) return assign_plain(clause);
+        if (store_number(clause)) return;
+    }
     assign_in_general(clause);
 }

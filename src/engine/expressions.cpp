@@ -278,9 +278,9 @@ rx_value do_exec(const rx_expr *node, int level) {
         if (node->op->kind == RX_CALL && level == 0) {
             if (const rx_value *argument = rx_quick_argument(*node->op)) return rx_copy_value(*argument);
         }
-        if (level == 0 && node->op->kind == RX_DYADIC && rx_is_quick(node->op->fn->id)) {
-            rx_plain plain;
-            return rx_try_quick(node, plain) ? rx_value_of(plain) : numbers(node, *node->op);
+        if (level == 0 && node->op->kind == RX_DYADIC) {
+            if (rx_plain plain; rx_try_quick(node, plain)) return rx_value_of(plain);
+            if (rx_is_quick(node->op->fn->id)) return numbers(node, *node->op);
         }
         return run_operator(node, level);
     }

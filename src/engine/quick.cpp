@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <utility>
 
 namespace {
@@ -15,8 +16,8 @@ constexpr unsigned deepest = 8; ///< levels of the largest tree that is tried
 enum operand_kind : size_t { on_node, on_variable, on_whole, on_constant, on_argument, on_compound, operand_kinds };
 
 /// The operators in the order of the table of steps.
-constexpr std::array quick_operators = {FX_PLUS, FX_MIN, FX_MULT, FX_DIV, FX_IDIV,  FX_REM,
-                                        FX_EQ,   FX_NEQ, FX_SUP,  FX_INF, FX_SUPEQ, FX_INFEQ};
+constexpr std::array quick_operators = {FX_PLUS, FX_MIN, FX_MULT, FX_DIV,   FX_IDIV,  FX_REM, FX_EQ,
+                                        FX_NEQ,  FX_SUP, FX_INF,  FX_SUPEQ, FX_INFEQ, FX_OR,  FX_AND};
 
 rx_plain refused() {
     return rx_no_plain(rx_arithmetic_fault::not_a_number);
@@ -108,6 +109,21 @@ template <rx_operator_id id> [[gnu::noinline]] rx_plain compute(rx_plain a, rx_p
     }
 }
 
+/// The truth of an operand of `|` or `&`; false when it is neither 0 nor 1.
+inline bool is_truth(rx_plain operand, bool &holds) {
+    auto bits = std::bit_cast<uint64_t>(operand.real);
+    holds = bits != 0;
+    return static_cast<uint32_t>(operand.head) == rx_whole_head && (!holds || bits == std::bit_cast<uint64_t>(1.0));
+}
+
+/// `|` and `&`: the left operand may settle the result by itself.
+template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain logical_step(const rx_op &op) {
+    bool holds;
+    if (!is_truth(load<left>(op.a), holds)) return refused();
+    if (holds == (id == FX_AND) && !is_truth(load<right>(op.b), holds)) return refused();
+    return truth(holds);
+}
+
 /// What a node does: the commonest cases of whole numbers at once, anything else through `compute`. Since no order of
 /// evaluation can be noticed here, a lone node among the operands comes first: nothing is kept meanwhile.
 template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain step(const rx_op &op) {
@@ -144,10 +160,17 @@ template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain ste
 using rx_quick_step = rx_plain (*)(const rx_op &op);
 constexpr size_t steps_of_operator = operand_kinds * operand_kinds;
 
+template <rx_operator_id id, operand_kind left, operand_kind right> constexpr rx_quick_step choose_step() {
+    if constexpr (id == FX_OR || id == FX_AND)
+        return logical_step<id, left, right>;
+    else
+        return step<id, left, right>;
+}
+
 template <size_t... n> constexpr auto make_steps(std::index_sequence<n...>) {
     return std::array<rx_quick_step, sizeof...(n)>{
-        step<quick_operators[n / steps_of_operator], operand_kind{n % steps_of_operator / operand_kinds},
-             operand_kind{n % operand_kinds}>...};
+        choose_step<quick_operators[n / steps_of_operator], operand_kind{n % steps_of_operator / operand_kinds},
+                    operand_kind{n % operand_kinds}>()...};
 }
 constexpr auto steps = make_steps(std::make_index_sequence<quick_operators.size() * steps_of_operator>());
 
@@ -155,10 +178,14 @@ using rx_computation = rx_plain (*)(rx_plain a, rx_plain b);
 
 template <size_t... n> constexpr auto make_computations(std::index_sequence<n...>) {
     std::array<rx_computation, FX_COUNT> table{};
-    ((table[quick_operators[n]] = compute<quick_operators[n]>), ...);
+    (
+        [&] {
+            if constexpr (rx_is_quick(quick_operators[n])) table[quick_operators[n]] = compute<quick_operators[n]>;
+        }(),
+        ...);
     return table;
 }
-/// By operator; null for those that the quick road doesn't know.
+/// By operator; null where rx_is_quick says no.
 constexpr auto computations = make_computations(std::make_index_sequence<quick_operators.size()>());
 
 // ---- the first look ------------------------------------------------------------------------------------------------

@@ -23,8 +23,9 @@ inline bool rx_quick_candidate(const rx_op &op) {
     return op.quick_left > 0 || (op.quick_left == 0 && rx_quick_first_look(op));
 }
 
-/// The operators that the quick road knows: arithmetic without powers, and normal comparison.
-inline bool rx_is_quick(rx_operator_id id) {
+/// Arithmetic without powers, and normal comparison: the operators that need nothing but the numbers of both operands.
+/// (The quick road also knows `|` and `&`, whose right operand isn't always evaluated.)
+constexpr bool rx_is_quick(rx_operator_id id) {
     constexpr uint64_t known = 1ull << FX_PLUS | 1ull << FX_MIN | 1ull << FX_MULT | 1ull << FX_DIV | 1ull << FX_IDIV |
                                1ull << FX_REM | 1ull << FX_EQ | 1ull << FX_NEQ | 1ull << FX_SUP | 1ull << FX_INF |
                                1ull << FX_SUPEQ | 1ull << FX_INFEQ;

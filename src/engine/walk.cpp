@@ -34,8 +34,6 @@ rx_flow loop_exit(const rx_name_clause &clause, rx_flow flow) {
     case CL_SAY:
     case CL_SAYN:
     case CL_SAYR: rx_say(as<rx_expr_clause>(clause)); break;
-    case CL_LEAVE: return loop_exit(as<rx_name_clause>(clause), rx_flow::leave);
-    case CL_ITERATE: return loop_exit(as<rx_name_clause>(clause), rx_flow::iterate);
     case CL_EXIT: return rx_exit(as<rx_expr_clause>(clause));
     case CL_SIGNAL: return rx_signal(as<rx_signal_clause>(clause));
     case CL_PUSH:
@@ -65,6 +63,8 @@ inline rx_flow run_clause(const rx_clause *clause) {
     case CL_CALL: rx_call(as<rx_call_clause>(clause)); break;
     case CL_PROCEDURE: rx_procedure(as<rx_names_clause>(clause)); break;
     case CL_PARSE: rx_parse(as<rx_parse_clause>(clause)); break;
+    case CL_LEAVE: return loop_exit(as<rx_name_clause>(clause), rx_flow::leave);
+    case CL_ITERATE: return loop_exit(as<rx_name_clause>(clause), rx_flow::iterate);
     default: return run_other_clause(clause);
     }
     return rx_flow::next;

@@ -48,11 +48,40 @@ void export_to_environment(std::string_view name, const rx_value &value) {
     rx_setenv(name.substr(1), rx_arg_text(value, buffer));
 }
 
-/// The owner of a simple name as a read sees it, or null; `level` is where the search begins.
-rx_var *find_simple(rx_level *level, std::string_view name, uint64_t hash) {
-    while (level) {
+/// What names meant lately, in whatever scope: a symbol itself remembers one scope only, which is of no use to a routine
+/// that calls itself. The serial number of a scope vouches for the entry, as it does in the caches of symbols.
+template <class T> struct meaning_table {
+    struct meaning {
+        uint64_t serial = 0, hash = 0;
+        T *item = nullptr;
+    };
+    static constexpr size_t size = 512;
+    meaning meanings[size];
+
+    meaning &at(uint64_t hash) {
+        // Serial numbers follow one another, and hashes are well mixed: their sum spreads both.
+        return meanings[(hash + rx_scope.value.serial * 37) % size];
+    }
+    template <class Same> T *find(uint64_t hash, Same same) {
+        const meaning &found = at(hash);
+        return found.serial == rx_scope.value.serial && found.hash == hash && same(*found.item) ? found.item : nullptr;
+    }
+    void enter(uint64_t hash, T *item) { at(hash) = {rx_scope.value.serial, hash, item}; }
+};
+constinit meaning_table<rx_var> meant_variables;
+constinit meaning_table<rx_stem> meant_stems;
+
+/// The owner of a simple name as a read sees it, or null.
+rx_var *find_simple(std::string_view name, uint64_t hash) {
+    auto same = [&](const rx_var &var) { return rx_same_name({var.name, var.name_length}, name); };
+    if (rx_var *var = meant_variables.find(hash, same)) return var;
+    for (rx_level *level = rx_scope->level; level;) {
         rx_var *var = level->find(name, hash);
-        if (!var || var->state != RX_EXPOSED) return var;
+        if (!var) return nullptr;
+        if (var->state != RX_EXPOSED) {
+            meant_variables.enter(hash, var);
+            return var;
+        }
         level = rx_owner_of(*var);
     }
     return nullptr;
@@ -60,7 +89,7 @@ rx_var *find_simple(rx_level *level, std::string_view name, uint64_t hash) {
 
 rx_var *find_simple(const rx_symbol &symbol) {
     if (symbol.serial == rx_scope->serial && symbol.var) return symbol.var;
-    rx_var *var = find_simple(rx_scope->level, symbol.name, symbol.hash);
+    rx_var *var = find_simple(symbol.name, symbol.hash);
     if (var && !symbol.environment) {
         symbol.serial = rx_scope->serial;
         symbol.var = var;
@@ -74,7 +103,7 @@ const rx_value *tail_value(const rx_tail &tail) {
     if (tail.serial == rx_scope->serial && tail.var && tail.var->state == RX_SET) return &tail.var->value;
     if (tail.text.size() >= 2 && tail.text[0] == '$' && rx_modes->env_mode == RX_SETENV)
         refresh_from_environment(tail.text);
-    rx_var *var = find_simple(rx_scope->level, tail.text, tail.hash);
+    rx_var *var = find_simple(tail.text, tail.hash);
     if (!var || var->state != RX_SET) return nullptr;
     tail.serial = rx_scope->serial;
     tail.var = var;
@@ -106,12 +135,18 @@ rx_stem *owner_stem(const rx_symbol &symbol, rx_level *&level) {
         level = symbol.stem_entry->level;
         return symbol.stem_entry;
     }
-    level = rx_scope->level;
-    rx_stem *stem = find_stem(level, symbol.stem, symbol.stem_hash);
+    auto same = [&](const rx_stem &stem) { return rx_same_name(stem.name, symbol.stem); };
+    rx_stem *stem = meant_stems.find(symbol.stem_hash, same);
     if (stem) {
-        symbol.serial = rx_scope->serial;
-        symbol.stem_entry = stem;
+        level = stem->level;
+    } else {
+        level = rx_scope->level;
+        stem = find_stem(level, symbol.stem, symbol.stem_hash);
+        if (!stem) return nullptr;
+        meant_stems.enter(symbol.stem_hash, stem);
     }
+    symbol.serial = rx_scope->serial;
+    symbol.stem_entry = stem;
     return stem;
 }
 
@@ -302,11 +337,14 @@ const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read h
 }
 
 bool rx_find_elements(const rx_symbol &symbol) {
-    if (symbol.tail_count != 1 || symbol.serial != rx_scope->serial || !symbol.stem_entry) return false;
+    if (symbol.tail_count != 1 || symbol.whole_stem) return false;
     const rx_tail &tail = symbol.tails[0];
-    if (tail.constant || tail.serial != rx_scope->serial || !tail.var) return false;
+    if (tail.constant || tail.text[0] == '$' || !tail_value(tail)) return false;
+    rx_level *level;
+    const rx_stem *stem = owner_stem(symbol, level);
+    if (!stem) return false;
     symbol.index = tail.var;
-    symbol.elements = &symbol.stem_entry->elements;
+    symbol.elements = &stem->elements;
     symbol.elements_serial = rx_scope->serial;
     return true;
 }
@@ -346,6 +384,9 @@ rx_var *rx_var_find(const rx_symbol &symbol) {
 rx_var &rx_var_entry(const rx_symbol &symbol) {
     if (symbol.compound()) return compound_entry(symbol);
     if (symbol.serial == rx_scope->serial && symbol.var) return touched(*symbol.var, true);
+    if (!symbol.environment) {
+        if (rx_var *var = find_simple(symbol)) return touched(*var, true);
+    }
     rx_var &var = simple_entry(rx_scope->level, symbol.name, symbol.hash);
     if (!symbol.environment) {
         symbol.serial = rx_scope->serial;
