@@ -1,5 +1,6 @@
+local rounds = tonumber(arg[1] or 1000000)
 local text = ''
-for i = 1, 40000 do
-    text = text .. 'abc'
+for _ = 1, rounds do
+    text = text .. 'x'
 end
 print(#text)

@@ -2,4 +2,4 @@ local function fib(n)
     if n < 2 then return n end
     return fib(n - 1) + fib(n - 2)
 end
-print(fib(28))
+print(fib(tonumber(arg[1] or 28)))

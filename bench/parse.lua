@@ -1,9 +1,9 @@
--- A text of words and a comma, taken apart a million times.
-local s = "alpha beta,gamma delta epsilon"
+local rounds = tonumber(arg[1] or 1000000)
+local s = 'alpha beta,gamma delta epsilon'
 local n = 0
 local a, b, c, d
-for i = 1, 1000000 do
-  a, b, c, d = string.match(s, "^ *([^ ]+) ?([^,]*), *([^ ]+) ?(.*)$")
-  n = n + #d
+for _ = 1, rounds do
+    a, b, c, d = s:match('^ *([^ ]+) ?([^,]*), *([^ ]+) ?(.*)$')
+    n = n + #d
 end
-print(a .. " " .. b .. " " .. c .. " " .. d .. " " .. n)
+print(a .. ' ' .. b .. ' ' .. c .. ' ' .. d .. ' ' .. n)

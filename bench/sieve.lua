@@ -1,11 +1,12 @@
-local limit = 1000000
-local composite = {}
+local limit = tonumber(arg[1] or 1000000)
+local prime = {}
+for i = 1, limit do prime[i] = true end
 local count = 0
 for i = 2, limit do
-    if not composite[i] then
+    if prime[i] then
         count = count + 1
         for j = i * i, limit, i do
-            composite[j] = true
+            prime[j] = false
         end
     end
 end

@@ -1,0 +1,9 @@
+import sys
+
+
+def main(lines=200_000):
+    for i in range(1, lines + 1):
+        print(i, "bottles on the wall")
+
+
+main(*map(int, sys.argv[1:]))
