@@ -10,6 +10,8 @@ import subprocess
 import tempfile
 import time
 
+from table import Table
+
 PIECE = "the quick brown fox jumps over a lazy dog "
 LONG = 10 << 20
 SETUP = "w = 'lazy cat'; t = s || ''; x = 12.345; y = "
@@ -78,27 +80,33 @@ def theirs(text, calls, repeats):
     return times
 
 
-def head(title):
-    print(f"{title:36}{'vandra':>13}{'python3':>13}")
+def start_table(options, title):
+    return Table(options.markdown, [(title, 36), ("vandra", 13), ("python3", 13)])
 
 
-def run_short(vandra, repeats=100_000):
+def run_short(options, repeats=100_000):
     calls = [("", "s", "s")] + CALLS + SHORT_ONLY
-    mine, python = ours(vandra, f"'{PIECE}'", calls, repeats), theirs(PIECE.encode(), calls, repeats)
+    mine, python = ours(options.vandra, f"'{PIECE}'", calls, repeats), theirs(PIECE.encode(), calls, repeats)
 
     def figure(times, i):
-        return "" if times[i] is None else f"{(times[i] - times[0]) * 1e9 / repeats:10.0f} ns"
+        return "" if times[i] is None else f"{(times[i] - times[0]) * 1e9 / repeats:.0f} ns"
 
-    head(f"calls on a text of {len(PIECE)} bytes")
+    table = start_table(options, f"calls on a text of {len(PIECE)} bytes")
     for i, (title, _, _) in list(enumerate(calls))[1:]:
-        print(f"{title:36}{figure(mine, i)}{figure(python, i)}")
+        table.row(title, figure(mine, i), figure(python, i))
+    table.end()
 
 
-def run_long(vandra, repeats=3):
+def run_long(options, repeats=3):
     copies = LONG // len(PIECE)
     calls = CALLS + LONG_ONLY
-    mine = ours(vandra, f"copies('{PIECE}', {copies})", calls, repeats)
+    mine = ours(options.vandra, f"copies('{PIECE}', {copies})", calls, repeats)
     python = theirs(PIECE.encode() * copies, calls, repeats)
-    head("calls on a text of 10 MiB")
+
+    def figure(seconds):
+        return f"{LONG * repeats / seconds / 1e9:.2f} GB/s"
+
+    table = start_table(options, "calls on a text of 10 MiB")
     for (title, _, _), a, b in zip(calls, mine, python):
-        print(f"{title:36}{LONG * repeats / a / 1e9:8.2f} GB/s{LONG * repeats / b / 1e9:8.2f} GB/s")
+        table.row(title, figure(a), figure(b))
+    table.end()

@@ -1,11 +1,11 @@
-local rounds = tonumber(arg[1] or 100000)
+local rounds = tonumber(arg[1] or 200000)
 
 local orders = {
     [0] = '1001 Adams, J.: 12 @ 19.99 deliver by noon',
     '1002 Baker, T.: 3 @ 4.50 call before delivery',
     '1003 Clark, M.: 40 @ 7.25 leave at door',
     '1004 Clark, R.: 1 @ 149.00 with gift wrapping',
-    '1005 Zimmer, A.: 7 @ 33.30 not on mondays',
+    '1005 Zimmer, A.: 7 @ 33.40 not on mondays',
     '1006 Davis, R.: 25 @ 2.75 return old bottles',
     '1007 Adams, B.: 2 @ 61.80 ring the bell',
 }

@@ -7,7 +7,7 @@ ORDERS = [
     "1002 Baker, T.: 3 @ 4.50 call before delivery",
     "1003 Clark, M.: 40 @ 7.25 leave at door",
     "1004 Clark, R.: 1 @ 149.00 with gift wrapping",
-    "1005 Zimmer, A.: 7 @ 33.30 not on mondays",
+    "1005 Zimmer, A.: 7 @ 33.40 not on mondays",
     "1006 Davis, R.: 25 @ 2.75 return old bottles",
     "1007 Adams, B.: 2 @ 61.80 ring the bell",
 ]
@@ -26,7 +26,7 @@ def iso(number):
     return f"2024-{month:02}-{day:02}"
 
 
-def main(rounds=100_000):
+def main(rounds=200_000):
     total = defaultdict(int)
     again = defaultdict(int)
     each = [""] * 4
