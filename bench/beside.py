@@ -43,7 +43,7 @@ def ratio_cells(ours, others, limits):
     cells, missed = [], []
     for language, other, limit in zip(("Lua", "Python"), others, limits):
         ratio = ours / other if other else None
-        cells += ["" if ratio is None else f"{ratio:.3f}" if ratio < 0.1 else f"{ratio:.2f}", limit or ""]
+        cells += ["" if ratio is None else f"{ratio:.2g}" if ratio < 0.1 else f"{ratio:.2f}", limit or ""]
         if ratio and limit and ratio > limit:
             missed.append(language)
     return cells, f"misses {' and '.join(missed)}" if missed else ""
@@ -154,6 +154,8 @@ def show_clauses(options, clauses):
 
 def run_counts(options, wanted):
     """The same work in small, in instructions. The start-up is taken off except from its own row."""
+    if not shutil.which("valgrind"):
+        sys.exit("counting instructions needs valgrind")
     table = Table(options.markdown, COLUMNS)
     starts = [command and instructions(command) for command in commands(options, "startup")]
     small_lines = int(next(program.small for program in PROGRAMS if program.name == READERS[0]))

@@ -1,5 +1,7 @@
 """The memory that variables take, beside Lua and Python."""
 
+import sys
+
 from measure import compare
 from programs import commands
 from table import Table
@@ -19,7 +21,10 @@ COLUMNS = [("memory", 50), ("vandra", 10), ("of", 6), ("lua5.4", 10), ("python3"
 
 
 def peaks(options, name, *arguments):
-    return [each and each.peak for each in compare(commands(options, name, *arguments), options.runs or 3)]
+    runs = compare(commands(options, name, *arguments), options.runs or 3)
+    if not runs[0].peak:
+        sys.exit("memory: the system doesn't let the processes be watched")
+    return [each and each.peak for each in runs]
 
 
 def row(table, title, figures, limit, form):

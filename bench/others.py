@@ -12,7 +12,7 @@ from table import Table, milliseconds
 
 COLUMNS = [("other work", 36), ("vandra", 12), ("beside", 24), ("", 26), ("of", 10)]
 
-# Name, what it measures, bytes that it goes through (0: its time counts), and the limit: seconds, or megabytes a second.
+# Name, what it measures, bytes that it goes through (0: time counts), and the limit: seconds, or megabytes a second.
 MEASURED = [
     ("regex", "a pattern over 100 MiB", 10 * 10 * 1048576, 500),
     ("capture", "100 MB of output into a stem", 100_000_000, 200),

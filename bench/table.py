@@ -32,7 +32,7 @@ class Table:
 
     @staticmethod
     def _print_markdown(cells, remark):
-        print("|", " | ".join([*cells, remark]), "|", flush=True)
+        print("|", " | ".join(str(cell).replace("|", "\\|") for cell in (*cells, remark)), "|", flush=True)
 
 
 def milliseconds(seconds):
