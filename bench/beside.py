@@ -80,7 +80,7 @@ def run_times(options, wanted):
     clauses = with_lines_file(wanted, FILE_LINES, lambda: run_programs(options, wanted, table, starts))
     if "startup" in wanted:
         seconds = [start and start.seconds for start in starts]
-        row(table, "start-up of a one-line script", seconds, (None, None), milliseconds, memory_cells(starts))
+        row(table, "start-up of a one-line script, in time", seconds, (None, None), milliseconds, memory_cells(starts))
         if shutil.which("valgrind"):
             run_startup_instructions(options, table)
     table.end()
@@ -109,7 +109,7 @@ def memory_cells(runs):
 
 def run_startup_instructions(options, table):
     counts = [command and instructions(command) for command in commands(options, "startup")]
-    row(table, "  in instructions", counts, STARTUP_LIMITS, show_instructions, ("", "", ""))
+    row(table, "start-up, in instructions", counts, STARTUP_LIMITS, show_instructions, ("", "", ""))
 
 
 def run_system_calls(options):
