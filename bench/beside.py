@@ -80,7 +80,7 @@ def run_times(options, wanted):
     clauses = with_lines_file(wanted, FILE_LINES, lambda: run_programs(options, wanted, table, starts))
     if "startup" in wanted:
         seconds = [start and start.seconds for start in starts]
-        row(table, "start-up of a one-line script, in time", seconds, (None, None), milliseconds, memory_cells(starts))
+        row(table, "start-up of a one-line script, time", seconds, (None, None), milliseconds, memory_cells(starts))
         if shutil.which("valgrind"):
             run_startup_instructions(options, table)
     table.end()
