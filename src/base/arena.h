@@ -62,12 +62,8 @@ struct rx_arena {
         end_ = blocks_.empty() ? nullptr : free_ + blocks_[0].size;
     }
 
-    /// Bytes that the arena has taken, used or not.
-    size_t size() const {
-        size_t all = 0;
-        for (const block &each : blocks_) all += each.size;
-        return all;
-    }
+    /// How many blocks the arena has taken; the first one is of 1 KiB, and each is twice as large as the one before.
+    size_t blocks() const { return blocks_.size(); }
 
 private:
     template <class Word> static void move_ends(char *to, std::string_view text) {

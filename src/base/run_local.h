@@ -32,11 +32,12 @@ protected:
     ~rx_run_local_base() = default;
 };
 
-template <class T> struct rx_run_local final : rx_run_local_base {
+/// `Seen` is T, or const T for a record that is changed through a function of its own only.
+template <class T, class Seen = T> struct rx_run_local final : rx_run_local_base {
     T value{};
 
-    T &operator*() { return value; }
-    T *operator->() { return &value; }
+    Seen &operator*() { return value; }
+    Seen *operator->() { return &value; }
 
     std::shared_ptr<void> save() override {
         auto saved = std::make_shared<T>(std::move(value));

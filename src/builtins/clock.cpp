@@ -188,7 +188,7 @@ namespace {
 
 /// Seconds since the elapsed clock of the routine was started; the first call starts it.
 double elapsed() {
-    rx_settings_record &settings = *rx_settings;
+    rx_settings_record &settings = rx_change_settings();
     const rx_instant &now = clause_time().instant;
     if (settings.elapsed_seconds == 0 && settings.elapsed_microseconds == 0) {
         settings.elapsed_seconds = now.seconds;
@@ -203,8 +203,8 @@ double elapsed() {
 double elapsed_and_restart() {
     double result = elapsed();
     rx_instant now = rx_clock_now();
-    rx_settings->elapsed_seconds = now.seconds;
-    rx_settings->elapsed_microseconds = now.microseconds;
+    rx_change_settings().elapsed_seconds = now.seconds;
+    rx_change_settings().elapsed_microseconds = now.microseconds;
     return result;
 }
 

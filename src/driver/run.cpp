@@ -225,8 +225,8 @@ void run_guarded(void *argument_pointer) {
     rx_context outer;
     rx_install();
     rx_env_defaults();
-    rx_settings->env_current = env_current;
-    rx_settings->env_previous = env_previous;
+    rx_change_settings().env_current = env_current;
+    rx_change_settings().env_previous = env_previous;
     settle_home(request.home);
     rx_run_depth++;
     try {

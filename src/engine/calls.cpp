@@ -84,27 +84,32 @@ void evaluate_arguments(const rx_expr *list, rx_arg *args, int level) {
 /// What a call changes and its end restores, however it ends. Made when the arguments are evaluated already: an error
 /// in an argument belongs to the caller.
 struct call_frame {
-    rx_settings_record settings = *rx_settings;
+    std::optional<rx_settings_record> settings; ///< those of the caller, once the routine has changed one
+    std::optional<rx_settings_record> *settings_of_caller = *rx_settings_of_caller;
     rx_numeric_settings numeric = *rx_numeric;
     rx_args_record args = *rx_args;
     std::unique_ptr<std::string> condition_text; ///< null for an empty one, which is nearly always so
     std::string_view interpreted_text = *rx_interpreted_text;
     unsigned interpret_depth = rx_walk->interpret_depth;
     unsigned call_depth = rx_walk->call_depth;
+    bool procedure = rx_walk->procedure;
     int nesting = rx_walk->nesting;
     int call_level = *rx_call_level;
     char *stack_limit = rx_stack_limit;
 
     call_frame() {
+        *rx_settings_of_caller = &settings;
         if (!rx_condition_text->empty()) condition_text = std::make_unique<std::string>(*rx_condition_text);
     }
     call_frame(const call_frame &) = delete;
     call_frame &operator=(const call_frame &) = delete;
     ~call_frame() {
-        if (rx_settings->procedure) rx_pop_level();
-        unsigned debugger = rx_settings->trace & TRACE_DEBUGGER;
-        *rx_settings = settings;
-        rx_settings->trace |= debugger;
+        if (rx_walk->procedure) rx_pop_level();
+        if (settings) [[unlikely]] {
+            settings->trace |= rx_settings->trace & TRACE_DEBUGGER;
+            rx_settings.value = *settings;
+        }
+        *rx_settings_of_caller = settings_of_caller;
         *rx_numeric = numeric;
         *rx_args = args;
         if (condition_text)
@@ -114,6 +119,7 @@ struct call_frame {
         *rx_interpreted_text = interpreted_text;
         rx_walk->interpret_depth = interpret_depth;
         rx_walk->call_depth = call_depth;
+        rx_walk->procedure = procedure;
         rx_walk->nesting = nesting;
         *rx_call_level = call_level;
         rx_stack_limit = stack_limit;
@@ -128,7 +134,7 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
     rx_flow flow;
     {
         call_frame frame;
-        rx_settings->procedure = false;
+        rx_walk->procedure = false;
         *rx_args = {area.args, area.count};
         *rx_interpreted_text = {};
         rx_walk->result = rx_value();

@@ -33,8 +33,11 @@ std::string_view handler_name(int condition) {
     return name ? std::string_view(*name) : rx_condition_name(condition);
 }
 
-rx_trap_state &state_of(int condition) {
+rx_trap_state state_of(int condition) {
     return rx_settings->traps[static_cast<size_t>(condition)];
+}
+void set_state(int condition, rx_trap_state state) {
+    rx_change_settings().traps[static_cast<size_t>(condition)] = state;
 }
 
 bool armed(int condition) {
@@ -50,13 +53,13 @@ void call_on(int condition) {
             rx_error.column = column;
         }
     } before;
-    state_of(condition) = RX_TRAP_DELAYED;
+    set_state(condition, RX_TRAP_DELAYED);
     rx_call_handler(handler_name(condition));
-    state_of(condition) = RX_TRAP_CALL;
+    set_state(condition, RX_TRAP_CALL);
 }
 
 [[noreturn]] void signal_on(int condition, unsigned line, unsigned column) {
-    state_of(condition) = RX_TRAP_OFF;
+    set_state(condition, RX_TRAP_OFF);
     rx_signal_to(handler_name(condition), line, column);
 }
 
@@ -65,9 +68,9 @@ void syntax_trap(int number, const std::string *extra) {
     // A typed line counts as interpreted, what its routines run doesn't.
     rx_raised_in_interpret = rx_walk->interpret_depth != 0;
     if (state_of(RX_SYNTAX) == RX_TRAP_OFF) return;
-    state_of(RX_SYNTAX) = RX_TRAP_OFF;
+    set_state(RX_SYNTAX, RX_TRAP_OFF);
     if (number == 5) rx_open_stack_reserve();
-    rx_settings->condition = RX_SYNTAX;
+    rx_change_settings().condition = RX_SYNTAX;
     rx_set_sigl(rx_error.line);
     rx_set_code(RX_RC, number);
     if (extra) rx_write("\nvandra: " + *extra + "\n");
@@ -83,12 +86,12 @@ void novalue(std::string_view name) {
         .append(") is uninitialized.\n\n");
     rx_set_sigl(rx_error.line);
     int before = rx_settings->condition;
-    rx_settings->condition = RX_NOVALUE;
+    rx_change_settings().condition = RX_NOVALUE;
     *rx_condition_text = name;
     if (state_of(RX_NOVALUE) == RX_TRAP_CALL) {
         rx_write(message);
         call_on(RX_NOVALUE);
-        rx_settings->condition = before;
+        rx_change_settings().condition = before;
         return;
     }
     if (!rx_find_label((*rx_program_now)->labels, handler_name(RX_NOVALUE))) rx_raise(71, std::move(message));
@@ -144,19 +147,20 @@ rx_flow rx_signal(const rx_signal_clause &clause) {
     }
     int condition = condition_of(clause.second->type);
     rx_trap_state on = clause.form == SIGNAL_ON_OFF ? RX_TRAP_SIGNAL : RX_TRAP_CALL;
-    state_of(condition) = clause.first->type == ON ? on : RX_TRAP_OFF;
-    rx_settings->handlers[static_cast<size_t>(condition)] = clause.handler ? rx_intern(clause.handler->text) : nullptr;
+    set_state(condition, clause.first->type == ON ? on : RX_TRAP_OFF);
+    rx_change_settings().handlers[static_cast<size_t>(condition)] =
+        clause.handler ? rx_intern(clause.handler->text) : nullptr;
     return rx_flow::next;
 }
 
 void rx_trap(int condition, const std::string *description, unsigned sigl_line) {
     rx_set_sigl(sigl_line);
     int before = rx_settings->condition;
-    rx_settings->condition = condition;
+    rx_change_settings().condition = condition;
     if (description) *rx_condition_text = *description;
     if (state_of(condition) == RX_TRAP_CALL) {
         call_on(condition);
-        rx_settings->condition = before;
+        rx_change_settings().condition = before;
     } else {
         signal_on(condition, rx_error.line, rx_error.column);
     }

@@ -18,6 +18,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +43,7 @@ struct rx_walk_record {
     unsigned interactive = 0;                     ///< a line typed at the trace prompt runs
     int nesting = 1;                              ///< 1 in the main program
     unsigned call_depth = 1;
+    bool procedure = false;    ///< PROCEDURE has run in this routine
     unsigned command_line = 0; ///< position of the last host command
     unsigned command_column = 0;
 };
@@ -74,7 +76,8 @@ std::string_view rx_condition_name(int condition);
 
 // ---- what a routine inherits and gets back -------------------------------------------------------------------------
 
-/// Settings that a routine may change and that its return restores. Cheap to copy: a call copies it once.
+/// Settings that a routine may change and that its return restores. Few routines change any, so a call copies nothing:
+/// the first change does.
 struct rx_settings_record {
     std::array<rx_trap_state, 6> traps{};
     std::array<const std::string *, 6> handlers{}; ///< interned NAME of each trap; null: the condition's own name
@@ -84,9 +87,18 @@ struct rx_settings_record {
     long long elapsed_seconds = 0; ///< TIME's elapsed clock; both 0: not started
     long long elapsed_microseconds = 0;
     int condition = RX_NO_CONDITION; ///< the condition in hand
-    bool procedure = false;          ///< PROCEDURE has run in this routine
 };
-inline rx_run_local<rx_settings_record> rx_settings;
+inline rx_run_local<rx_settings_record, const rx_settings_record> rx_settings;
+
+/// Where the running routine keeps the settings of its caller once it has changed one; null in the main program.
+inline rx_run_local<std::optional<rx_settings_record> *> rx_settings_of_caller;
+
+/// The settings, to be changed.
+inline rx_settings_record &rx_change_settings() {
+    std::optional<rx_settings_record> *caller = *rx_settings_of_caller;
+    if (caller && !*caller) *caller = rx_settings.value;
+    return rx_settings.value;
+}
 
 /// Description of the condition in hand; saved and restored with the settings.
 inline rx_run_local<std::string> rx_condition_text;

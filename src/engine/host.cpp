@@ -34,15 +34,17 @@ int find_environment(std::string_view name) {
 }
 
 void make_current(int index) {
-    rx_settings->env_previous = rx_settings->env_current;
-    rx_settings->env_current = index;
+    rx_settings_record &settings = rx_change_settings();
+    settings.env_previous = settings.env_current;
+    settings.env_current = index;
 }
 
 void remove_environment(int index) {
     environments.erase(environments.begin() + index);
     int count = static_cast<int>(environments.size());
-    if (rx_settings->env_current >= count) rx_settings->env_current = 0;
-    if (rx_settings->env_previous >= count) rx_settings->env_previous = 0;
+    rx_settings_record &settings = rx_change_settings();
+    if (settings.env_current >= count) settings.env_current = 0;
+    if (settings.env_previous >= count) settings.env_previous = 0;
 }
 
 // ---- the default environments ---------------------------------------------------------------------------------------
@@ -222,7 +224,8 @@ rx_flow rx_address(const rx_address_clause &clause) {
     rx_shown shown = clause.command ? show_command(clause.line) : rx_show_clause(&clause);
     if (shown.skip) return rx_flow::next;
     if (!clause.set) {
-        std::swap(rx_settings->env_current, rx_settings->env_previous);
+        rx_settings_record &settings = rx_change_settings();
+        std::swap(settings.env_current, settings.env_previous);
         return rx_flow::next;
     }
     const rx_expr *target = clause.target;

@@ -148,9 +148,9 @@ bool exposes_the_same(const rx_expr *names) {
 [[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip || rx_walk->call_depth <= 1) return;
-    bool first = !rx_settings->procedure;
+    bool first = !rx_walk->procedure;
     if (first) {
-        rx_settings->procedure = true;
+        rx_walk->procedure = true;
         if (clause.level_number && rx_push_level_again(clause.level_number)) return;
         rx_push_level();
     }

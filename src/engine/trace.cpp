@@ -209,7 +209,7 @@ bool rx_trace_set(std::string_view letters) {
             return false;
         }
     }
-    rx_settings->trace = trace | (rx_settings->trace & TRACE_DEBUGGER);
+    rx_change_settings().trace = trace | (rx_settings->trace & TRACE_DEBUGGER);
     if (prompts_anew) {
         rx_trace_state->prompts_to_skip = 0;
         rx_trace_state->lines_to_skip = 0;
@@ -255,7 +255,7 @@ void rx_trace_instruction(const rx_trace_clause &clause) {
     rx_value number;
     if (rx_number_of(setting, number)) return skip_count(number, clause.setting);
     if (setting.text().empty()) {
-        rx_settings->trace = TRACE_E | (rx_settings->trace & TRACE_DEBUGGER);
+        rx_change_settings().trace = TRACE_E | (rx_settings->trace & TRACE_DEBUGGER);
         return;
     }
     if (!rx_trace_set(setting.text())) rx_raise_at(clause.setting->line, clause.setting->column, 24);

@@ -60,9 +60,15 @@ const rx_source_entry &rx_entry_of(const rx_program &program, unsigned line) {
     return program.entries[latest];
 }
 
+namespace {
+[[gnu::noinline]] unsigned line_of_loaded(const rx_program &program, unsigned line) {
+    return line - static_cast<unsigned>(rx_entry_of(program, line).first_line);
+}
+} // namespace
+
 unsigned rx_own_line(const rx_program &program, unsigned line) {
     if (program.entries.empty() || static_cast<int>(line) <= program.entries[0].last_line) return line;
-    return line - static_cast<unsigned>(rx_entry_of(program, line).first_line);
+    return line_of_loaded(program, line);
 }
 
 bool rx_source_line(const rx_program &program, unsigned line, std::string_view &text) {

@@ -71,9 +71,9 @@ namespace {
 /// Levels that are kept, all together, and those of one level. A deep recursion keeps its deepest levels.
 constinit unsigned all_kept = 0;
 constexpr unsigned most_kept = 256, most_kept_here = 8;
-/// A level that has taken more memory, or has more elements of a stem, isn't kept.
-constexpr size_t largest_kept = 8 * 1024;
+/// A level that has made more entries, or has taken more memory for them, isn't kept.
 constexpr uint32_t most_entries_kept = 256;
+constexpr size_t most_blocks_kept = 3;
 
 void unset(rx_var *var) {
     for (; var; var = var->next) {
@@ -123,7 +123,7 @@ void discard(rx_level *level) {
 /// Keeps the level that is being left, if it may be.
 bool keep(rx_level &level) {
     if (level.procedure == 0 || all_kept == most_kept || level.older->kept_count == most_kept_here) return false;
-    if (level.entered > most_entries_kept || level.arena.size() > largest_kept) return false;
+    if (level.entered > most_entries_kept || level.arena.blocks() > most_blocks_kept) return false;
     unset(level.first);
     for (auto &stem : level.stems) {
         unset(stem->first);

@@ -5,6 +5,7 @@
 #include "values/arithmetic.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstdlib>
 
@@ -178,19 +179,22 @@ namespace {
 
 /// Makes the record, which owns no text, that of a whole number of at most seven characters, with the number beside it.
 void put_short_text(rx_value &record, int32_t number) {
-    char text[sizeof record.carried.text];
-    char *end = text + sizeof text - 1, *at = end;
-    *end = '\0';
+    // The digits come from the last to the first, and each moves the others up by a byte.
+    static_assert(std::endian::native == std::endian::little);
+    uint64_t text = 0, length = 0;
+    auto put = [&](uint32_t character) {
+        text = text << 8 | character;
+        length++;
+    };
     auto left = static_cast<uint32_t>(std::abs(number));
     do {
-        *--at = static_cast<char>('0' + left % 10);
+        put('0' + left % 10);
         left /= 10;
     } while (left != 0);
-    if (number < 0) *--at = '-';
-    auto length = static_cast<uint32_t>(end - at);
-    uint64_t head = uint64_t{length} << 32 | 1u << 16 | RX_STRING;
+    if (number < 0) put('-');
+    uint64_t head = length << 32 | 1u << 16 | RX_STRING;
     std::memcpy(static_cast<void *>(&record), &head, sizeof head);
-    for (uint32_t i = 0; i <= length; i++) record.carried.text[i] = at[i];
+    std::memcpy(record.carried.text, &text, sizeof text);
     record.carried.number = number;
 }
 

@@ -405,17 +405,20 @@ void rx_var_assign(const rx_symbol &symbol, rx_value &&value) {
     if (symbol.environment) export_to_environment(rx_resolve_name(symbol), var.value);
 }
 
+namespace {
+[[gnu::noinline]] void promise_first(rx_level &level, const rx_symbol &symbol, double whole) {
+    if (level.promised || level.find(symbol.name, symbol.hash))
+        return rx_var_assign(symbol, rx_value_of({whole, rx_whole_head}));
+    level.promised = &symbol;
+    level.promised_order = level.entered++;
+    level.promised_number = whole;
+}
+} // namespace
+
 void rx_var_promise(const rx_symbol &symbol, double whole) {
     rx_level &level = *rx_scope->level;
-    if (level.promised == &symbol) {
-        level.promised_number = whole;
-    } else if (level.promised || level.find(symbol.name, symbol.hash)) {
-        rx_var_assign(symbol, rx_value_of({whole, rx_whole_head}));
-    } else {
-        level.promised = &symbol;
-        level.promised_order = level.entered++;
-        level.promised_number = whole;
-    }
+    if (level.promised != &symbol) return promise_first(level, symbol, whole);
+    level.promised_number = whole;
 }
 
 std::string rx_resolve_name(const rx_symbol &symbol) {
