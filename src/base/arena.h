@@ -14,6 +14,9 @@
 #include <vector>
 
 struct rx_arena {
+    /// `first_block` is the size of the first block in bytes.
+    explicit rx_arena(size_t first_block = 1024) : first_block_(first_block) {}
+
     /// Uninitialised storage of `size` bytes, aligned for every ordinary record.
     void *allocate(size_t size) {
         size = (size + 7) & ~size_t{7};
@@ -62,7 +65,7 @@ struct rx_arena {
         end_ = blocks_.empty() ? nullptr : free_ + blocks_[0].size;
     }
 
-    /// How many blocks the arena has taken; the first one is of 1 KiB, and each is twice as large as the one before.
+    /// How many blocks the arena has taken; each is twice as large as the one before.
     size_t blocks() const { return blocks_.size(); }
 
 private:
@@ -78,7 +81,7 @@ private:
         size_t size;
     };
     void grow(size_t size) {
-        size_t next = blocks_.empty() ? 1024 : blocks_.back().size * 2;
+        size_t next = blocks_.empty() ? first_block_ : blocks_.back().size * 2;
         if (next > 1024 * 1024) next = 1024 * 1024;
         if (next < size) next = size;
         blocks_.push_back({std::unique_ptr<char[]>(new char[next]), next});
@@ -86,6 +89,7 @@ private:
         end_ = free_ + next;
     }
     std::vector<block> blocks_;
+    size_t first_block_;
     char *free_ = nullptr;
     char *end_ = nullptr;
 };

@@ -19,12 +19,8 @@ constinit rx_level *spare_levels = nullptr;
 constinit unsigned spare_count = 0;
 constexpr unsigned most_spare = 64;
 
-void free_values(rx_var *var) {
-    while (var) {
-        rx_var *next = var->next;
-        var->~rx_var();
-        var = next;
-    }
+void free_value(rx_var &var) {
+    var.~rx_var();
 }
 
 } // namespace
@@ -75,13 +71,11 @@ constexpr unsigned most_kept = 256, most_kept_here = 8;
 constexpr uint32_t most_entries_kept = 256;
 constexpr size_t most_blocks_kept = 3;
 
-void unset(rx_var *var) {
-    for (; var; var = var->next) {
-        if (var->state == RX_EXPOSED) continue;
-        var->value = rx_value();
-        var->state = RX_DROPPED;
-        var->marks = RX_LEFT_OVER;
-    }
+void unset(rx_var &var) {
+    if (var.state == RX_EXPOSED) return;
+    var.value = rx_value();
+    var.state = RX_DROPPED;
+    var.marks = RX_LEFT_OVER;
 }
 
 void discard(rx_level *level);
@@ -98,11 +92,9 @@ void discard_kept(rx_level &level) {
 /// Empties a level; it becomes a spare one or is freed.
 void discard(rx_level *level) {
     discard_kept(*level);
-    free_values(level->first);
-    level->first = nullptr;
+    level->names.for_each(free_value);
     for (auto &stem : level->stems) {
-        free_values(stem->first);
-        if (stem->key) stem->key->~rx_var();
+        if (stem->key) free_value(*stem->key);
     }
     level->stems.clear();
     level->promised = nullptr;
@@ -124,10 +116,10 @@ void discard(rx_level *level) {
 bool keep(rx_level &level) {
     if (level.procedure == 0 || all_kept == most_kept || level.older->kept_count == most_kept_here) return false;
     if (level.entered > most_entries_kept || level.arena.blocks() > most_blocks_kept) return false;
-    unset(level.first);
+    level.names.for_each(unset);
     for (auto &stem : level.stems) {
-        unset(stem->first);
-        unset(stem->key);
+        stem->for_each(unset);
+        if (stem->key) unset(*stem->key);
     }
     level.promised = nullptr;
     rx_level &older = *level.older;
@@ -172,18 +164,21 @@ bool rx_at_outermost_level() {
     return rx_scope->level->older == nullptr;
 }
 
-rx_var *rx_level::make(const char *name, uint32_t length) {
+namespace {
+
+/// A new entry in an arena, and in the order of the level.
+rx_var *make_entry(rx_level &level, rx_arena &arena, std::string_view name) {
     rx_var *var = new (arena.allocate(sizeof(rx_var))) rx_var;
-    var->name = name;
-    var->name_length = length;
-    var->order = entered++;
+    var->name = arena.copy(name).data();
+    var->name_length = static_cast<uint32_t>(name.size());
+    var->order = ++level.entered;
     return var;
 }
 
+} // namespace
+
 rx_var &rx_level::enter(std::string_view name, uint64_t hash) {
-    rx_var *var = make(arena.copy(name).data(), static_cast<uint32_t>(name.size()));
-    var->next = first;
-    first = var;
+    rx_var *var = make_entry(*this, arena, name);
     names.enter(hash, var);
     return *var;
 }
@@ -206,23 +201,15 @@ rx_stem &rx_level::enter_stem(std::string_view name, uint64_t hash) {
     return *stem;
 }
 
-void rx_stem::append(rx_var &var) {
-    if (last)
-        last->next = &var;
-    else
-        first = &var;
-    last = &var;
-}
-
 rx_var *rx_stem::find(uint32_t index) const {
-    if (index < elements.count && elements.at[index]) return elements.at[index];
+    if (index < elements.count) {
+        if (rx_var *var = elements.at(index); var->order) return var;
+    }
     return sparse ? find(std::string_view(rx_int_text(index))) : nullptr;
 }
 
 rx_var *rx_stem::find(std::string_view tail) const {
-    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) {
-        return rx_same_name({var.name + name.size() + 1, var.name_length - name.size() - 1}, tail);
-    });
+    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) { return rx_same_name(var.text(), tail); });
 }
 
 rx_var &rx_stem::enter(uint32_t index) {
@@ -231,57 +218,66 @@ rx_var &rx_stem::enter(uint32_t index) {
             sparse = true;
             return enter(std::string_view(rx_int_text(index)));
         }
-        make_room(index + size_t{1});
+        make_room(index);
     }
-    rx_var *var = level->make(nullptr, index);
-    append(*var);
-    elements.at[index] = var;
+    rx_var *var = elements.at(index);
+    var->name_length = index;
+    var->order = ++level->entered;
     in_elements++;
     return *var;
 }
 
-/// Makes `count` numbers fit; doubling keeps the cost of each at a constant.
-void rx_stem::make_room(size_t count) {
-    if (count > room) {
-        size_t larger = std::max(count, room * 2);
-        auto *at = static_cast<rx_var **>(std::realloc(elements.at, larger * sizeof(rx_var *)));
-        if (!at) throw std::bad_alloc();
-        elements.at = at;
-        room = larger;
+/// Makes the segments up to that of a number.
+void rx_stem::make_room(uint64_t index) {
+    for (unsigned segment = elements.count ? rx_elements::segment_of(elements.count) : 0;
+         segment <= rx_elements::segment_of(index); segment++) {
+        uint64_t first = elements.count, size = first ? first : 16;
+        void *place = std::calloc(size, sizeof(rx_var));
+        if (!place) throw std::bad_alloc();
+        elements.start[segment] = reinterpret_cast<uintptr_t>(place) - first * sizeof(rx_var);
+        elements.count = first + size;
     }
-    std::fill(elements.at + elements.count, elements.at + count, nullptr);
-    elements.count = count;
 }
 
 rx_var &rx_stem::enter(std::string_view tail) {
-    std::string full(name);
-    full += '.';
-    full += tail;
-    rx_var *var = level->make(level->arena.copy(full).data(), static_cast<uint32_t>(full.size()));
-    append(*var);
+    rx_var *var = make_entry(*level, arena, tail);
     tails.enter(rx_lookup_hash(tail), var);
     return *var;
 }
 
 rx_var &rx_stem::enter_key() {
-    if (!key) {
-        std::string full = std::string(name) + "+";
-        key = level->make(level->arena.copy(full).data(), static_cast<uint32_t>(full.size()));
-    }
+    if (!key) key = make_entry(*level, level->arena, std::string(name) + "+");
     return *key;
 }
 
 void rx_stem::drop_all() {
-    auto drop = [](rx_var &var) {
+    bool exposed = false;
+    auto drop = [&](rx_var &var) {
+        exposed |= var.state == RX_EXPOSED;
         if (var.state != RX_SET) return;
         rx_var_writable(var) = rx_value();
         var.state = RX_DROPPED;
     };
-    for (rx_var *var = first; var; var = var->next) drop(*var);
+    for_each(drop);
+    constexpr size_t large = 1000;
+    if (!exposed && in_elements + tails.used > large) forget_all();
     if (key) drop(*key);
 }
 
+/// Frees the entries of all compounds with their values.
+void rx_stem::forget_all() {
+    for_each([](rx_var &var) { var.~rx_var(); });
+    for (uint64_t first = 0; first < elements.count; first = first ? first * 2 : 16) {
+        std::free(elements.at(first));
+        elements.start[rx_elements::segment_of(first)] = 0;
+    }
+    elements.count = 0;
+    in_elements = 0;
+    sparse = false;
+    tails.clear();
+    arena.reset();
+}
+
 std::string rx_stem::tail_of(const rx_var &var) const {
-    if (!var.name) return std::to_string(var.name_length);
-    return std::string(var.name + name.size() + 1, var.name_length - name.size() - 1);
+    return var.name ? std::string(var.text()) : std::to_string(var.name_length);
 }

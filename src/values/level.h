@@ -29,6 +29,12 @@ template <class T> struct rx_pointer_table {
         }
         return nullptr;
     }
+    template <class Use> void for_each(Use use) const {
+        if (used == 0) return;
+        for (const slot &each : slots) {
+            if (each.item) use(*each.item);
+        }
+    }
     void enter(uint64_t hash, T *item) {
         if (used * 4 >= slots.size() * 3) grow();
         place(hash, item);
@@ -65,32 +71,39 @@ struct rx_stem {
     std::string_view name;
     rx_level *level;
     rx_var *key = nullptr;
-    rx_var *first = nullptr, *last = nullptr; ///< compounds in order of entry
-    rx_elements elements;                     ///< of this `room`
-    size_t room = 0;
-    size_t in_elements = 0;
-    bool sparse = false; ///< some plain numbers are in `tails`
+    rx_elements elements;
+    size_t in_elements = 0; ///< entered ones
+    bool sparse = false;    ///< some plain numbers are in `tails`
     rx_pointer_table<rx_var> tails;
+    rx_arena arena{256}; ///< the entries in `tails` and their names
 
     rx_stem() { elements.stem = this; }
     rx_stem(const rx_stem &) = delete;
     rx_stem &operator=(const rx_stem &) = delete;
-    ~rx_stem() { std::free(elements.at); }
+    ~rx_stem() { forget_all(); }
 
     rx_var *find(uint32_t index) const;
     rx_var *find(std::string_view tail) const;
     rx_var &enter(uint32_t index);
     rx_var &enter(std::string_view tail);
     rx_var &enter_key();
-    /// Takes the values of all compounds and of the default; exposed entries stay.
+    /// Takes the values of all compounds and of the default; exposed entries stay. The entries of a large stem are
+    /// forgotten, so that their memory is free again.
     void drop_all();
+    /// Calls `use` for each compound that was entered.
+    template <class Use> void for_each(Use use) const {
+        for (uint64_t i = 0; in_elements && i < elements.count; i++) {
+            if (elements.at(i)->order) use(*elements.at(i));
+        }
+        tails.for_each(use);
+    }
 
     /// The text behind the stem's dot.
     std::string tail_of(const rx_var &var) const;
 
 private:
-    void append(rx_var &var);
-    void make_room(size_t count);
+    void make_room(uint64_t index);
+    void forget_all();
 };
 
 /// A level that its routine has left can be kept for the next call of the routine: the entries stay, unset, and so does
@@ -109,8 +122,7 @@ struct rx_level {
     rx_pointer_table<rx_var> names;
     rx_pointer_table<rx_stem> stem_table;
     std::vector<std::unique_ptr<rx_stem>> stems;
-    rx_var *first = nullptr; ///< simple names, newest first
-    uint32_t entered = 0;
+    uint32_t entered = 0; ///< entries made so far
 
     /// A number assigned to a simple name that has no entry here yet (see rx_var_promise): the entry is made when
     /// somebody looks for it. Null: nothing is promised.
@@ -121,7 +133,7 @@ struct rx_level {
     rx_var *find(std::string_view name, uint64_t hash) {
         if (promised && promised->hash == hash) [[unlikely]]
             keep_promise();
-        return names.find(hash, [&](const rx_var &var) { return rx_same_name({var.name, var.name_length}, name); });
+        return names.find(hash, [&](const rx_var &var) { return rx_same_name(var.text(), name); });
     }
     void keep_promise();
     rx_stem *find_stem(std::string_view name, uint64_t hash) const {
@@ -129,9 +141,6 @@ struct rx_level {
     }
     rx_var &enter(std::string_view name, uint64_t hash);
     rx_stem &enter_stem(std::string_view name, uint64_t hash);
-
-    /// A new entry in the arena; `name` null for an array element.
-    rx_var *make(const char *name, uint32_t length);
 };
 
 /// The level that an exposed entry leads to. An exposed entry has no value, so its record holds the pointer.

@@ -62,11 +62,11 @@ std::string rx_list_tails(std::string_view prefix) {
     if (!stem) return {};
 
     std::vector<listed> all;
-    for (const rx_var *var = stem->first; var; var = var->next) {
-        std::string tail = stem->tail_of(*var);
-        if (var->state == RX_SET || (var->state == RX_EXPOSED && set_in_older(level, *stem, tail)))
-            add(all, std::string(name) + "." + tail, *var);
-    }
+    stem->for_each([&](const rx_var &var) {
+        std::string tail = stem->tail_of(var);
+        if (var.state == RX_SET || (var.state == RX_EXPOSED && set_in_older(level, *stem, tail)))
+            add(all, std::string(name) + "." + tail, var);
+    });
     sort_listed(all);
     std::string result;
     for (const listed &each : all) {
@@ -83,11 +83,10 @@ std::string rx_show_vars(unsigned number) {
     if (level->promised) level->keep_promise();
 
     std::vector<listed> all;
-    for (const rx_var *var = level->first; var; var = var->next) add(all, {var->name, var->name_length}, *var);
+    level->names.for_each([&](const rx_var &var) { add(all, std::string(var.text()), var); });
     for (const auto &stem : level->stems) {
-        if (stem->key) add(all, {stem->key->name, stem->key->name_length}, *stem->key);
-        for (const rx_var *var = stem->first; var; var = var->next)
-            add(all, std::string(stem->name) + "." + stem->tail_of(*var), *var);
+        if (stem->key) add(all, std::string(stem->key->text()), *stem->key);
+        stem->for_each([&](const rx_var &var) { add(all, std::string(stem->name) + "." + stem->tail_of(var), var); });
     }
     if (all.empty()) return {};
     sort_listed(all);

@@ -73,7 +73,7 @@ constinit meaning_table<rx_stem> meant_stems;
 
 /// The owner of a simple name as a read sees it, or null.
 rx_var *find_simple(std::string_view name, uint64_t hash) {
-    auto same = [&](const rx_var &var) { return rx_same_name({var.name, var.name_length}, name); };
+    auto same = [&](const rx_var &var) { return rx_same_name(var.text(), name); };
     if (rx_var *var = meant_variables.find(hash, same)) return var;
     for (rx_level *level = rx_scope->level; level;) {
         rx_var *var = level->find(name, hash);
@@ -410,7 +410,7 @@ namespace {
     if (level.promised || level.find(symbol.name, symbol.hash))
         return rx_var_assign(symbol, rx_value_of({whole, rx_whole_head}));
     level.promised = &symbol;
-    level.promised_order = level.entered++;
+    level.promised_order = ++level.entered;
     level.promised_number = whole;
 }
 } // namespace
@@ -540,12 +540,12 @@ constinit rx_pin *all_pins = nullptr;
 
 rx_pin::rx_pin(rx_var &var) : var_(&var), outer_(all_pins) {
     all_pins = this;
-    var.pins++;
+    if (var.pins != UINT16_MAX) var.pins++;
 }
 
 rx_pin::~rx_pin() {
     all_pins = outer_;
-    if (var_) var_->pins--;
+    if (var_ && var_->pins != UINT16_MAX) var_->pins--;
 }
 
 void rx_save_pinned(rx_var &var) {

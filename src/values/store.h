@@ -20,6 +20,7 @@
 #include "values/symbol.h"
 #include "values/value.h"
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -28,17 +29,20 @@
 
 enum rx_var_state : uint8_t { RX_DROPPED = 0, RX_SET = 1, RX_EXPOSED = 2 };
 
+/// An entry. A record of zero bytes is one that nobody has entered: unset, its order 0.
 struct rx_var {
-    rx_value value;          ///< meaningful in state RX_SET
-    const char *name;        ///< full resolved name, NUL-terminated; null for an array element
-    rx_var *next = nullptr;  ///< entries of one level or stem, in order of entry
-    uint32_t generation = 0; ///< assignments to the entry after the first
-    uint32_t order;          ///< order of entry in its level
-    uint32_t name_length;    ///< of an array element: the number that is its tail
-    uint32_t pins = 0;       ///< how many rx_pin hold the value, usually none
+    rx_value value;   ///< meaningful in state RX_SET
+    const char *name; ///< of a simple name or a stem's key the whole, of a compound the tail; null for an element
+    uint32_t generation = 0;  ///< assignments to the entry after the first
+    uint32_t order = 0;       ///< of entry in its level, from 1
+    uint32_t name_length = 0; ///< of an element: the number that is its tail
+    uint16_t pins = 0;        ///< how many rx_pin hold the value, usually none; the largest number stands for more
     rx_var_state state = RX_DROPPED;
     uint8_t marks = 0; ///< rx_var_mark; every writer takes them away
+
+    std::string_view text() const { return {name, name_length}; }
 };
+static_assert(sizeof(rx_var) == 48);
 
 enum rx_var_mark : uint8_t {
     RX_REMEMBERED = 1, ///< set by the word functions, which remember a text's words
@@ -47,11 +51,18 @@ enum rx_var_mark : uint8_t {
 
 struct rx_level;
 
-/// The entries of a stem by number, where the numbers lie densely enough; null where there is none.
+/// The entries of a stem by number, where the numbers lie densely enough. They lie in segments that never move, the first
+/// for 16 entries, each further one for as many as there are before it.
 struct rx_elements {
-    rx_var **at = nullptr;
-    size_t count = 0;
-    rx_stem *stem = nullptr; ///< whose they are
+    static constexpr unsigned segment_count = 27;
+    uintptr_t start[segment_count] = {}; ///< where entry 0 would lie if the segment went back that far
+    uint64_t count = 0;                  ///< numbers below have a record here, perhaps one that nobody has entered
+    rx_stem *stem = nullptr;             ///< whose they are
+
+    static unsigned segment_of(uint64_t index) { return static_cast<unsigned>(std::bit_width(index | 15)) - 4; }
+    rx_var *at(uint64_t index) const {
+        return reinterpret_cast<rx_var *>(start[segment_of(index)] + index * sizeof(rx_var));
+    }
 };
 
 /// The scope in force. `serial` is unique for every change of what names mean.
@@ -98,7 +109,7 @@ inline const rx_value *rx_var_cached(const rx_symbol &symbol) {
 bool rx_find_elements(const rx_symbol &symbol);
 
 /// The entry of a compound whose only tail is a variable with a plain whole number, found without spelling it; null
-/// says nothing. The entry may be unset or exposed: its value is of kind none then.
+/// says nothing. The entry may be unset, exposed or not entered yet: its value is of kind none then.
 inline rx_var *rx_var_element(const rx_symbol &symbol) {
     if (symbol.elements_serial != rx_scope.value.serial && !rx_find_elements(symbol)) [[unlikely]]
         return nullptr;
@@ -106,7 +117,7 @@ inline rx_var *rx_var_element(const rx_symbol &symbol) {
     // More digits than that don't show under NUMERIC DIGITS 9; a negative zero isn't spelled like one.
     if (rx_head_of(tail) != rx_whole_head || rx_numeric.value.digits < 9 || std::signbit(tail.real)) return nullptr;
     auto index = static_cast<uint64_t>(static_cast<int64_t>(tail.real));
-    return index < symbol.elements->count ? symbol.elements->at[index] : nullptr;
+    return index < symbol.elements->count ? symbol.elements->at(index) : nullptr;
 }
 
 /// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.

@@ -29,7 +29,8 @@
 #include <string_view>
 #include <utility>
 
-enum rx_kind : uint8_t { RX_NUMBER = 0, RX_STRING = 1, RX_NONE = 2 };
+/// A record of zero bytes is one of kind none.
+enum rx_kind : uint8_t { RX_NONE = 0, RX_NUMBER = 1, RX_STRING = 2 };
 enum rx_storage : uint8_t { RX_INLINE = 0, RX_HEAP = 1, RX_BORROWED = 2 };
 
 struct rx_value {
