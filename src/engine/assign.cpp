@@ -165,22 +165,33 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
-/// A number that the quick road yields, or a constant, goes straight into the record of a variable that holds a number
+/// A number for a variable that holds none yet.
+[[gnu::noinline]] void store_first(const rx_symbol &target, rx_plain number) {
+    if (target.whole_stem) return rx_var_assign(target, rx_value_of(number));
+    rx_var_store(rx_var_entry(target), rx_value_of(number));
+}
+
+/// Assigns a number that the quick road yields, or a constant: straight into the record of a variable that holds a number
 /// already. False: nothing has happened. (A number isn't pinned, nor are its words remembered: only texts are.)
 inline bool store_number(const rx_assign_clause &clause) {
-    const rx_symbol &target = *clause.target->symbol;
-    rx_var *var = target.compound()                        ? rx_var_element(target)
-                  : target.serial == rx_scope.value.serial ? target.var
-                                                           : nullptr;
-    if (!var || !var->value.is_number()) return false;
     rx_plain plain;
     if (clause.value->type == OP_NODE) {
         if (!rx_try_quick(*clause.value->op, plain)) return false;
     } else {
         plain = rx_plain_of(*clause.value->literal->number);
     }
-    rx_put_plain(var->value, plain);
-    var->generation++;
+    const rx_symbol &target = *clause.target->symbol;
+    rx_var *var = nullptr;
+    if (target.compound())
+        var = rx_var_element(target);
+    else if (target.serial == rx_scope.value.serial)
+        var = target.var;
+    if (var && var->value.is_number()) [[likely]] {
+        rx_put_plain(var->value, plain);
+        var->generation++;
+    } else {
+        store_first(target, plain);
+    }
     return true;
 }
 
@@ -197,10 +208,10 @@ inline bool store_number(const rx_assign_clause &clause) {
 [[gnu::noinline]] rx_assign_road choose_road(const rx_assign_clause &clause) {
     const rx_expr *value = clause.value;
     const rx_symbol &target = *clause.target->symbol;
-    if (!value || clause.from || clause.to || target.bad_name) return ASSIGN_GENERAL;
+    if (!value || clause.from || clause.to || target.bad_name || target.environment) return ASSIGN_GENERAL;
     bool constant = value->type == STRING && value->flag == 0 && value->literal->number;
     if (constant || (value->type == OP_NODE && rx_quick_candidate(*value->op))) return ASSIGN_NUMBER;
-    return target.compound() || target.environment || joins(value) ? ASSIGN_GENERAL : ASSIGN_PLAIN;
+    return target.compound() || joins(value) ? ASSIGN_GENERAL : ASSIGN_PLAIN;
 }
 
 /// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.

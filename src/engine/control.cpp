@@ -13,6 +13,11 @@ bool rx_condition_holds(const rx_expr *cond, int level, std::string_view before,
         auto bits = std::bit_cast<uint64_t>(plain.real);
         if (bits == 0 || bits == std::bit_cast<uint64_t>(1.0)) return bits != 0;
     }
+    if (cond->type == SYMBOL && level == 0) {
+        if (const rx_value *ready = rx_var_peek(*cond->symbol);
+            ready && ready->is_number() && (ready->real == 0 || ready->real == 1))
+            return ready->real != 0;
+    }
     rx_value scratch;
     const rx_value &value = rx_view(cond, level, scratch);
     if (level) {

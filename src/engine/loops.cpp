@@ -31,18 +31,19 @@ bool tracing_clauses() {
     return (rx_settings->trace & TRACE_CLAUSES) != 0;
 }
 
-/// Goes round. `more` is the loop's own end test, called ahead of each round; `step` prepares the next one.
+/// Goes round. `more` is the loop's own end test, called ahead of each round; `body` runs the clauses; `step` prepares
+/// the next round.
 /// `show_first` tells that the DO line is shown a second time in the first round instead of in the later ones.
-template <class More, class Step>
+template <class More, class Body, class Step>
 [[gnu::always_inline]] inline rx_flow run_rounds(const rx_do_clause &loop, int level, const condition_words &words,
-                                                 bool show_first, More more, Step step) {
+                                                 bool show_first, More more, Body body, Step step) {
     for (bool first = true;; first = false) {
         if (level && first == show_first) [[unlikely]]
             level = rx_trace_line(loop.line);
         if (!more()) return rx_flow::next;
         if (loop.cond_kind == DO_WHILE && !rx_condition_holds(loop.cond, level, words.while_text, words.behind))
             return rx_flow::next;
-        rx_flow flow = rx_run_clauses(loop.body);
+        rx_flow flow = body();
         if (flow != rx_flow::next) [[unlikely]] {
             if (flow == rx_flow::leave && is_mine(loop)) return rx_flow::next;
             if (flow != rx_flow::iterate || !is_mine(loop)) return flow;
@@ -57,11 +58,6 @@ template <class More, class Step>
             rx_poll_between_clauses();
     }
 }
-
-bool always() {
-    return true;
-}
-void nothing() {}
 
 /// "Expression evaluates to " and the value, at the expression.
 [[noreturn]] void refuse_number(const rx_expr *expr, const rx_value &value, const char *quote) {
@@ -88,7 +84,13 @@ rx_flow do_count(const rx_do_clause &loop, int level) {
     double count = count_of(loop.expr, level, "");
     double round = 0;
     return run_rounds(
-        loop, level, plain_words, false, [&] { return round < count; }, [&] { round++; });
+        loop, level, plain_words, false, [&] { return round < count; }, [&] { return rx_run_clauses(loop.body); },
+        [&] { round++; });
+}
+
+rx_flow do_forever(const rx_do_clause &loop, int level) {
+    return run_rounds(
+        loop, level, forever_words, false, [] { return true; }, [&] { return rx_run_clauses(loop.body); }, [] {});
 }
 
 /// A control variable is assigned like any other.
@@ -111,7 +113,8 @@ rx_flow do_words(const rx_do_clause &loop, int level) {
         left.remove_prefix(end);
         return true;
     };
-    return run_rounds(loop, level, plain_words, true, next_word, nothing);
+    return run_rounds(
+        loop, level, plain_words, true, next_word, [&] { return rx_run_clauses(loop.body); }, [] {});
 }
 
 // ---- the controlled loop -------------------------------------------------------------------------------------------
@@ -261,11 +264,27 @@ inline void step(controlled &state) {
     }
 }
 
+/// The body for this round, and for the next ones as long as they can be had the short way.
+rx_flow run_body(controlled &state) {
+    const rx_do_clause &loop = state.loop;
+    if (!state.swift || state.by == 0 || state.has_for || state.level || loop.cond_kind != DO_NO_CONDITION ||
+        !loop.body->clause)
+        return rx_run_clauses(loop.body);
+    bool up = state.by > 0;
+    double bound = up ? longest_swift : -longest_swift;
+    if (state.has_to) bound = up ? std::min(bound, state.to) : std::max(bound, state.to);
+    rx_swift_rounds rounds{.control = state.entry, .current = state.current, .by = state.by, .bound = bound};
+    rx_flow flow = rx_run_swift_rounds(loop.body, rounds);
+    state.current = rounds.current;
+    return flow;
+}
+
 rx_flow do_controlled(const rx_do_clause &loop, int level) {
     controlled state{.loop = loop, .level = level};
     begin(state);
     return run_rounds(
-        loop, level, controlled_words, false, [&] { return has_more(state); }, [&] { step(state); });
+        loop, level, controlled_words, false, [&] { return has_more(state); }, [&] { return run_body(state); },
+        [&] { step(state); });
 }
 
 } // namespace
@@ -279,12 +298,12 @@ rx_flow do_controlled(const rx_do_clause &loop, int level) {
     }
     switch (loop.form) {
     case DO_COUNT: return do_count(loop, shown.level);
-    case DO_FOREVER: return run_rounds(loop, shown.level, forever_words, false, always, nothing);
+    case DO_FOREVER: return do_forever(loop, shown.level);
     case DO_CONTROLLED: return do_controlled(loop, shown.level);
     case DO_WORDS: return do_words(loop, shown.level);
     case DO_PLAIN: break;
     }
-    if (loop.cond_kind != DO_NO_CONDITION) return run_rounds(loop, shown.level, forever_words, false, always, nothing);
+    if (loop.cond_kind != DO_NO_CONDITION) return do_forever(loop, shown.level);
     rx_flow flow = rx_run_clauses(loop.body);
     if (flow == rx_flow::next && tracing_clauses()) rx_trace_line(loop.end_line);
     return flow;

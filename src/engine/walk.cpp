@@ -1,4 +1,5 @@
 #include "engine/clauses.h"
+#include "engine/control.h"
 #include "engine/host.h"
 #include "engine/trace.h"
 #include "platform/signals.h"
@@ -105,8 +106,9 @@ rx_flow run_outwards(const rx_clause_cell *cell, const rx_build_frame *frame) {
 
 } // namespace
 
-rx_flow rx_run_clauses(const rx_clause_cell *cell) {
-    rx_check_stack();
+namespace {
+
+[[gnu::always_inline]] inline rx_flow run_chain(const rx_clause_cell *cell) {
     while (const rx_clause *clause = cell->clause) {
         rx_error.line = clause->line;
         rx_clause_count++;
@@ -123,6 +125,31 @@ rx_flow rx_run_clauses(const rx_clause_cell *cell) {
         cell = cell->next;
     }
     return rx_flow::next;
+}
+
+} // namespace
+
+rx_flow rx_run_clauses(const rx_clause_cell *cell) {
+    rx_check_stack();
+    return run_chain(cell);
+}
+
+rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds) {
+    rx_check_stack();
+    rx_value &value = rounds.control->value;
+    double current = rounds.current;
+    for (;;) {
+        rx_flow flow = run_chain(body);
+        double next = current + rounds.by;
+        bool goes_on = flow == rx_flow::next && rx_head_of(value) == rx_whole_head && value.real == current &&
+                       (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound) && rx_numeric.value.digits >= 9 &&
+                       (rx_settings->trace & TRACE_CLAUSES) == 0;
+        if (!goes_on) [[unlikely]] {
+            rounds.current = current;
+            return flow;
+        }
+        value.real = current = next;
+    }
 }
 
 rx_flow rx_run_block(const rx_clause_cell *cell, const rx_build_frame *frame) {

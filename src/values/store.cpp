@@ -360,10 +360,11 @@ const rx_value *rx_var_peek(const rx_symbol &symbol) {
         return key && key->state == RX_SET ? &key->value : nullptr;
     }
     if (int64_t index = ready_index(symbol); index >= 0) {
-        const rx_stem *stem = symbol.elements->stem;
-        const rx_var *var = stem->find(static_cast<uint32_t>(index));
-        if (!var || var->state == RX_DROPPED) return default_of(stem);
-        if (var->state == RX_SET) return &var->value;
+        const rx_stem &stem = *symbol.elements->stem;
+        const rx_var *var = nullptr;
+        if (static_cast<uint64_t>(index) < stem.elements.count) var = stem.elements.at(static_cast<uint64_t>(index));
+        if (var && var->state == RX_SET) return &var->value;
+        if (!stem.sparse && (!var || var->state == RX_DROPPED)) return default_of(&stem);
     }
     resolved_tails tails;
     resolve_tails(symbol, tails);
