@@ -1,5 +1,6 @@
 #include "values/level.h"
 
+#include "platform/pages.h"
 #include "platform/strings.h"
 #include "values/numbers.h"
 
@@ -227,13 +228,32 @@ rx_var &rx_stem::enter(uint32_t index) {
     return *var;
 }
 
+namespace {
+
+/// Memory for a segment of elements, all zero. From this size on it comes straight from the system.
+constexpr size_t large_segment = size_t{1} << 20;
+
+void *take_segment(size_t size) {
+    void *place = size >= large_segment ? rx_take_pages(size) : std::calloc(size, 1);
+    if (!place) throw std::bad_alloc();
+    return place;
+}
+
+void give_back_segment(void *place, size_t size) {
+    if (size >= large_segment)
+        rx_give_back_pages(place, size);
+    else
+        std::free(place);
+}
+
+} // namespace
+
 /// Makes the segments up to that of a number.
 void rx_stem::make_room(uint64_t index) {
     for (unsigned segment = elements.count ? rx_elements::segment_of(elements.count) : 0;
          segment <= rx_elements::segment_of(index); segment++) {
         uint64_t first = elements.count, size = first ? first : 16;
-        void *place = std::calloc(size, sizeof(rx_var));
-        if (!place) throw std::bad_alloc();
+        void *place = take_segment(size * sizeof(rx_var));
         elements.start[segment] = reinterpret_cast<uintptr_t>(place) - first * sizeof(rx_var);
         elements.count = first + size;
     }
@@ -267,8 +287,9 @@ void rx_stem::drop_all() {
 /// Frees the entries of all compounds with their values.
 void rx_stem::forget_all() {
     for_each([](rx_var &var) { var.~rx_var(); });
-    for (uint64_t first = 0; first < elements.count; first = first ? first * 2 : 16) {
-        std::free(elements.at(first));
+    for (uint64_t first = 0, next; first < elements.count; first = next) {
+        next = first ? first * 2 : 16;
+        give_back_segment(elements.at(first), (next - first) * sizeof(rx_var));
         elements.start[rx_elements::segment_of(first)] = 0;
     }
     elements.count = 0;
