@@ -169,8 +169,9 @@ namespace {
 
 /// A new entry in an arena, and in the order of the level.
 rx_var *make_entry(rx_level &level, rx_arena &arena, std::string_view name) {
-    rx_var *var = new (arena.allocate(sizeof(rx_var))) rx_var;
-    var->name = arena.copy(name).data();
+    char *place = static_cast<char *>(arena.allocate(sizeof(rx_var) + name.size()));
+    rx_var *var = new (place) rx_var;
+    std::memcpy(place + sizeof(rx_var), name.data(), name.size());
     var->name_length = static_cast<uint32_t>(name.size());
     var->order = ++level.entered;
     return var;
@@ -210,7 +211,7 @@ rx_var *rx_stem::find(uint32_t index) const {
 }
 
 rx_var *rx_stem::find(std::string_view tail) const {
-    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) { return rx_same_name(var.text(), tail); });
+    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) { return rx_same_name(var.name(), tail); });
 }
 
 rx_var &rx_stem::enter(uint32_t index) {
@@ -222,7 +223,6 @@ rx_var &rx_stem::enter(uint32_t index) {
         make_room(index);
     }
     rx_var *var = elements.at(index);
-    var->name_length = index;
     var->order = ++level->entered;
     in_elements++;
     return *var;
@@ -297,8 +297,4 @@ void rx_stem::forget_all() {
     sparse = false;
     tails.clear();
     arena.reset();
-}
-
-std::string rx_stem::tail_of(const rx_var &var) const {
-    return var.name ? std::string(var.text()) : std::to_string(var.name_length);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <string>
 
 /// Equality of two names whose lookup hashes are equal: short ones are then equal when their lengths are.
 inline bool rx_same_name(std::string_view a, std::string_view b) {
@@ -97,9 +98,13 @@ struct rx_stem {
         }
         tails.for_each(use);
     }
-
-    /// The text behind the stem's dot.
-    std::string tail_of(const rx_var &var) const;
+    /// The same with the tail of each.
+    template <class Use> void for_each_tail(Use use) const {
+        for (uint64_t i = 0; in_elements && i < elements.count; i++) {
+            if (elements.at(i)->order) use(*elements.at(i), std::to_string(i));
+        }
+        tails.for_each([&](const rx_var &var) { use(var, std::string(var.name())); });
+    }
 
 private:
     void make_room(uint64_t index);
@@ -133,7 +138,7 @@ struct rx_level {
     rx_var *find(std::string_view name, uint64_t hash) {
         if (promised && promised->hash == hash) [[unlikely]]
             keep_promise();
-        return names.find(hash, [&](const rx_var &var) { return rx_same_name(var.text(), name); });
+        return names.find(hash, [&](const rx_var &var) { return rx_same_name(var.name(), name); });
     }
     void keep_promise();
     rx_stem *find_stem(std::string_view name, uint64_t hash) const {

@@ -62,8 +62,7 @@ std::string rx_list_tails(std::string_view prefix) {
     if (!stem) return {};
 
     std::vector<listed> all;
-    stem->for_each([&](const rx_var &var) {
-        std::string tail = stem->tail_of(var);
+    stem->for_each_tail([&](const rx_var &var, const std::string &tail) {
         if (var.state == RX_SET || (var.state == RX_EXPOSED && set_in_older(level, *stem, tail)))
             add(all, std::string(name) + "." + tail, var);
     });
@@ -83,10 +82,11 @@ std::string rx_show_vars(unsigned number) {
     if (level->promised) level->keep_promise();
 
     std::vector<listed> all;
-    level->names.for_each([&](const rx_var &var) { add(all, std::string(var.text()), var); });
+    level->names.for_each([&](const rx_var &var) { add(all, std::string(var.name()), var); });
     for (const auto &stem : level->stems) {
-        if (stem->key) add(all, std::string(stem->key->text()), *stem->key);
-        stem->for_each([&](const rx_var &var) { add(all, std::string(stem->name) + "." + stem->tail_of(var), var); });
+        if (stem->key) add(all, std::string(stem->key->name()), *stem->key);
+        stem->for_each_tail(
+            [&](const rx_var &var, const std::string &tail) { add(all, std::string(stem->name) + "." + tail, var); });
     }
     if (all.empty()) return {};
     sort_listed(all);

@@ -73,7 +73,7 @@ constinit meaning_table<rx_stem> meant_stems;
 
 /// The owner of a simple name as a read sees it, or null.
 rx_var *find_simple(std::string_view name, uint64_t hash) {
-    auto same = [&](const rx_var &var) { return rx_same_name(var.text(), name); };
+    auto same = [&](const rx_var &var) { return rx_same_name(var.name(), name); };
     if (rx_var *var = meant_variables.find(hash, same)) return var;
     for (rx_level *level = rx_scope->level; level;) {
         rx_var *var = level->find(name, hash);

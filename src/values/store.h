@@ -29,20 +29,20 @@
 
 enum rx_var_state : uint8_t { RX_DROPPED = 0, RX_SET = 1, RX_EXPOSED = 2 };
 
-/// An entry. A record of zero bytes is one that nobody has entered: unset, its order 0.
+/// An entry; its name lies behind it. A record of zero bytes is one that nobody has entered: unset, its order 0.
 struct rx_var {
-    rx_value value;   ///< meaningful in state RX_SET
-    const char *name; ///< of a simple name or a stem's key the whole, of a compound the tail; null for an element
-    uint32_t generation = 0;  ///< assignments to the entry after the first
-    uint32_t order = 0;       ///< of entry in its level, from 1
-    uint32_t name_length = 0; ///< of an element: the number that is its tail
-    uint16_t pins = 0;        ///< how many rx_pin hold the value, usually none; the largest number stands for more
+    rx_value value;          ///< meaningful in state RX_SET
+    uint32_t generation = 0; ///< assignments to the entry after the first
+    uint32_t order = 0;      ///< of entry in its level, from 1
+    uint32_t name_length = 0;
+    uint16_t pins = 0; ///< how many rx_pin hold the value, usually none; the largest number stands for more
     rx_var_state state = RX_DROPPED;
     uint8_t marks = 0; ///< rx_var_mark; every writer takes them away
 
-    std::string_view text() const { return {name, name_length}; }
+    /// A simple name or a stem's key, or the tail of a compound; an element of a stem has none.
+    std::string_view name() const { return {reinterpret_cast<const char *>(this + 1), name_length}; }
 };
-static_assert(sizeof(rx_var) == 48);
+static_assert(sizeof(rx_var) == 40);
 
 enum rx_var_mark : uint8_t {
     RX_REMEMBERED = 1, ///< set by the word functions, which remember a text's words
