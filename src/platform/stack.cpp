@@ -1,17 +1,12 @@
 #include "platform/stack.h"
 
+#include "platform/sanitizer.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <sys/mman.h>
 #include <ucontext.h>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define VANDRA_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define VANDRA_ASAN 1
-#endif
-#endif
 #ifdef VANDRA_ASAN
 #include <sanitizer/asan_interface.h>
 #include <sanitizer/common_interface_defs.h>

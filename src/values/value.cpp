@@ -1,14 +1,37 @@
 #include "values/value.h"
 
 #include "base/raise.h"
+#include "platform/sanitizer.h"
 
 #include <algorithm>
 
 namespace {
 
-/// Points the string to a fresh buffer of that capacity; the old text isn't released.
+// The results of most string functions live no longer than a clause or two. A few buffers of each of the sizes that
+// texts of up to 263 bytes take are kept when they are given back, so that the next such text has one at once: that
+// takes a tenth of the time of the library's allocation. Sizes are the library's own, which rounds up the same way, so
+// nothing is wasted. Under AddressSanitizer each buffer goes back, so that a use behind its end is seen.
+
+constexpr size_t sizes = 17;       // of 16n + 8 bytes each, the closing NUL among them; there is none of 8
+constexpr size_t most_spares = 16; // of each size
+
+struct spare_buffers {
+    size_t count = 0;
+    char *buffers[most_spares] = {};
+};
+
+constinit spare_buffers spares[sizes];
+
+spare_buffers *spares_of(size_t capacity) {
+    return capacity / 16 < sizes && !rx_address_sanitizer ? &spares[capacity / 16] : nullptr;
+}
+
+/// Points the string to a fresh buffer of that capacity or a little more; the old text isn't released.
 void give_buffer(rx_value &string, size_t capacity) {
-    string.heap.data = static_cast<char *>(::operator new(capacity + 1));
+    capacity = (capacity + 8) / 16 * 16 + 7;
+    spare_buffers *kept = spares_of(capacity);
+    bool ready = kept && kept->count;
+    string.heap.data = ready ? kept->buffers[--kept->count] : static_cast<char *>(::operator new(capacity + 1));
     string.heap.capacity = capacity;
     string.storage = RX_HEAP;
 }
@@ -18,6 +41,14 @@ void check_length(size_t length) {
 }
 
 } // namespace
+
+void rx_value::release_buffer() noexcept {
+    spare_buffers *kept = spares_of(heap.capacity);
+    if (kept && kept->count < most_spares)
+        kept->buffers[kept->count++] = heap.data;
+    else
+        ::operator delete(heap.data);
+}
 
 rx_value rx_string_of(size_t length) {
     check_length(length);

@@ -96,8 +96,9 @@ struct rx_value {
 
 private:
     void release() {
-        if (kind == RX_STRING && storage == RX_HEAP) ::operator delete(heap.data);
+        if (kind == RX_STRING && storage == RX_HEAP) release_buffer();
     }
+    void release_buffer() noexcept;
     void take(rx_value &other) noexcept {
         copy_words(other);
         other.kind = RX_NONE;
