@@ -1,56 +1,112 @@
 #include "builtins/arguments.h"
 
-#include "engine/engine.h"
+#include "engine/quick.h"
 #include "platform/strings.h"
 
 #include <algorithm>
 
 namespace {
 
-/// Texts from this length on are lent instead of copied.
+/// Texts from this length on are worth a pin.
 constexpr size_t lending_length = 256;
 
 bool is_symbol_byte(char c) {
     return rx_is_symbol_char(c) || c == '\xA8';
 }
 
-} // namespace
-
-bu_args::bu_args(const rx_expr *arguments, const char *function_name, unsigned names)
-    : list(arguments), name(function_name), names_(names) {
-    values.list = list;
-    for (const rx_expr *node = list; node; node = node->next) values.count++;
-    if (values.count > values.few.size()) values.more.resize(values.count);
-    evaluate(list, 0, *rx_call_level);
+/// Errors are shown where the last argument stands, unless a check knows better.
+inline void set_position(const rx_expr *node) {
+    rx_error.line = node->line;
+    rx_error.column = node->column;
 }
 
-/// Evaluates the arguments from number `i` on. Those behind a long variable are evaluated while it is pinned; its text
-/// is lent when none of them has changed it.
-void bu_args::evaluate(const rx_expr *node, size_t i, int level) {
-    for (; node; node = node->next, i++) {
-        if (node->type == VIDE || (i < 32 && (names_ >> i & 1))) continue;
-        if (node->type != SYMBOL) {
-            values[i] = do_exec(node, level);
-            continue;
-        }
-        rx_value scratch;
-        const rx_value &value = rx_view(node, level, scratch);
-        if (&value == &scratch) {
-            values[i] = std::move(scratch);
-        } else if (value.kind != RX_STRING || value.length < lending_length) [[likely]] {
-            values[i] = rx_copy_value(value);
-        } else {
-            rx_var *var = node->symbol->environment ? nullptr : rx_var_find(*node->symbol);
-            if (!var || &var->value != &value || value.storage != RX_HEAP) {
-                values[i] = rx_copy_value(value);
-                continue;
-            }
-            rx_pin pin(*var);
-            evaluate(node->next, i + 1, level);
-            values[i] = pin.untouched() ? rx_borrowed(value.text()) : rx_copy_value(pin.value());
-            return;
+/// Makes the record of an argument when its value can be had without running anything: an omitted one, a constant, a
+/// variable, a number. A text is lent. False: nothing has happened.
+inline bool lend(const rx_expr *node, rx_value *place) {
+    const rx_value *found;
+    if (node->type == STRING) {
+        found = node->literal->text;
+    } else if (node->type == SYMBOL) {
+        found = rx_var_cached(*node->symbol);
+        if (!found) found = rx_var_peek(*node->symbol);
+    } else if (node->type == VIDE) {
+        new (place) rx_value;
+        return true;
+    } else if (node->op->kind == RX_CALL) {
+        found = rx_quick_argument(*node->op);
+    } else {
+        // An attempt that fails is counted by do_exec, which makes it again.
+        if (!rx_quick_candidate(*node->op)) return false;
+        rx_plain plain = node->op->quick(*node->op);
+        if (plain.failed()) return false;
+        new (place) rx_value(rx_value_of(plain));
+        set_position(node);
+        return true;
+    }
+    if (!found) return false;
+    new (place) rx_value(rx_value::lent_by(*found));
+    set_position(node);
+    return true;
+}
+
+} // namespace
+
+/// Evaluates the arguments. Most calls are done with what can be lent.
+inline void bu_args::evaluate() {
+    size_t i = 0;
+    const rx_expr *node = list;
+    if (names_ == 0 && rx_call_level.value == 0) {
+        while (node && lend(node, &values[i])) {
+            node = node->next;
+            i++;
         }
     }
+    if (!node) return;
+    values.own_from(i);
+    run(node, i);
+}
+
+/// Evaluates the arguments from number `i` on, of which some must be run.
+[[gnu::noinline]] void bu_args::run(const rx_expr *node, size_t i) {
+    int level = *rx_call_level;
+    for (; node; node = node->next, i++) {
+        if (node->type == VIDE || (i < 32 && (names_ >> i & 1))) continue;
+        if (level == 0 && lend(node, &values[i])) continue;
+        if (hold(node, i)) return;
+        values[i] = do_exec(node, level);
+    }
+}
+
+/// To be called before argument `i` is evaluated, when that may change variables: what they have lent is copied. A long
+/// text isn't, its variable is pinned while the arguments from `i` on are evaluated; the result is true then.
+bool bu_args::hold(const rx_expr *node, size_t i) {
+    const rx_expr *earlier = list;
+    for (size_t k = 0; k < i; k++, earlier = earlier->next) {
+        rx_value &value = values[k];
+        if (value.storage != RX_BORROWED || earlier->type != SYMBOL) continue;
+        rx_var *var = value.length < lending_length ? nullptr : lender(k);
+        if (!var) {
+            value = rx_string(value.text());
+            continue;
+        }
+        value = rx_value();
+        rx_pin pin(*var);
+        run(node, i);
+        value = pin.untouched() ? rx_borrowed(pin.value().text()) : rx_copy_value(pin.value());
+        return true;
+    }
+    return false;
+}
+
+bu_args::bu_args(const rx_expr *arguments, const char *function_name, unsigned names)
+    : list(arguments), name(function_name), values(arguments), names_(names) {
+    evaluate();
+}
+
+bu_args::bu_args(const rx_expr *arguments, const char *function_name, size_t least, size_t most, const char *complaint)
+    : list(arguments), name(function_name), values(arguments), names_(0) {
+    evaluate();
+    expect(least, most, least, complaint);
 }
 
 rx_var *bu_args::lender(size_t i) const {
@@ -76,7 +132,7 @@ rx_value bu_args::take_text(size_t i) {
     return rx_string(text(i));
 }
 
-double bu_args::number(size_t i, std::string_view complaint, int error) {
+double bu_args::read_number(size_t i, std::string_view complaint, int error) {
     if (!given(i) || !rx_is_number(values[i])) fail(i, complaint, error);
     return values[i].real;
 }
@@ -89,35 +145,22 @@ double bu_args::whole(size_t i, bu_rule rule, double least, std::string_view no_
     return result;
 }
 
-namespace {
-
 /// A whole number in the usual words. What is out of every text's range is cut, so that sums don't overflow.
-size_t usual(bu_args &args, size_t i, bu_rule rule, bool strictly) {
-    double result = rx_is_number(args.values[i]) ? args.values[i].real : -1;
+size_t bu_args::usual(size_t i, bu_rule rule, bool strictly) {
+    double result = rx_is_number(values[i]) ? values[i].real : -1;
     if (rule & BU_ROUNDED) result = rx_round_digits(result, 9);
     bool capped = (rule & BU_CAPPED) == BU_CAPPED;
     if (result >= (strictly ? 1.0 : 0.0) && rx_is_whole(result) && !(capped && result > 2147483647.0)) [[likely]]
         return static_cast<size_t>(std::min(result, 1e15));
     std::string complaint = "argument " + std::to_string(i + 1) + " must be a";
-    if (!args.values[i].is_number())
+    if (!values[i].is_number())
         complaint += rule & BU_INTEGER ? "n integer." : " whole number.";
     else
         complaint += strictly ? " strictly positive integer." : " positive integer.";
-    args.fail(i, complaint);
+    fail(i, complaint);
 }
 
-} // namespace
-
-size_t bu_args::size(size_t i, bu_rule rule, size_t fallback) {
-    return given(i) ? usual(*this, i, rule, false) : fallback;
-}
-
-size_t bu_args::position(size_t i, bu_rule rule, size_t fallback) {
-    return given(i) ? usual(*this, i, rule, true) : fallback;
-}
-
-char bu_args::pad(size_t i, char fallback) {
-    if (!given(i)) return fallback;
+char bu_args::read_pad(size_t i) {
     std::string_view bytes = text(i);
     if (bytes.size() != 1) fail(i, "the padding expression must be one character wide.");
     return bytes[0];
@@ -130,8 +173,7 @@ bool bu_args::flag(size_t i, bool fallback) {
     return values[i].real == 1;
 }
 
-char bu_args::option(size_t i, char fallback) {
-    if (!given(i)) return fallback;
+char bu_args::read_option(size_t i) {
     std::string_view bytes = text(i);
     if (bytes.empty()) return '\0';
     char first = bytes[0];

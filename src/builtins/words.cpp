@@ -52,11 +52,10 @@ struct word_list {
     std::string_view text;
     bool kept;
 
-    word_list(std::string_view of, rx_var *var)
-        : text(of), kept(of.size() >= shortest_kept && of.size() <= longest_kept) {
-        if (kept) recall(of, var);
+    explicit word_list(bu_args &args, size_t i = 0)
+        : text(args.text(i)), kept(text.size() >= shortest_kept && text.size() <= longest_kept) {
+        if (kept) recall(text, args.lender(i));
     }
-    explicit word_list(bu_args &args, size_t i = 0) : word_list(args.text(i), args.lender(i)) {}
 
     /// Word number n, from 1; a word of length 0 at the end of the text when there are fewer.
     bu_span word(size_t n) const {

@@ -15,8 +15,8 @@
 //
 // A number, a short text, a constant and a variable read thus never allocate. Text is bytes, NUL may occur anywhere,
 // and there is always one more NUL behind the last byte. The record is move-only and owns its text, with one
-// exception: a `borrowed` text belongs to the arena of a program tree. Only literals in a tree are borrowed; a copy
-// always owns its text, so that a value outlives the program that it came from.
+// exception: a `borrowed` text belongs to the arena of a program tree, or to another record. Only literals in a tree and
+// the arguments of a built-in are borrowed; a copy always owns its text, so that a value outlives where it came from.
 //
 // The third kind, none, stands where other systems would have a null pointer: an omitted argument, a routine that
 // returned nothing.
@@ -70,6 +70,9 @@ struct rx_value {
     }
     ~rx_value() { release(); }
 
+    /// The same value, its text lent for as long as `owner` lives and isn't changed.
+    static rx_value lent_by(const rx_value &owner) { return rx_value(&owner); }
+
     bool is_number() const { return kind == RX_NUMBER; }
     bool is_string() const { return kind == RX_STRING; }
     bool is_none() const { return kind == RX_NONE; }
@@ -95,6 +98,10 @@ struct rx_value {
     }
 
 private:
+    explicit rx_value(const rx_value *owner) noexcept {
+        copy_words(*owner);
+        if (storage == RX_HEAP) storage = RX_BORROWED;
+    }
     void release() {
         if (kind == RX_STRING && storage == RX_HEAP) release_buffer();
     }
