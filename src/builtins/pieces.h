@@ -2,6 +2,7 @@
 #pragma once
 
 #include "builtins/arguments.h"
+#include "platform/strings.h"
 
 #include <algorithm>
 #include <bit>
@@ -55,7 +56,7 @@ struct bu_writer {
 
     explicit bu_writer(rx_value &result) : at(rx_bytes(result)) {}
     void put(std::string_view text) {
-        if (!text.empty()) std::memcpy(at, text.data(), text.size());
+        rx_copy_bytes(at, text.data(), text.size());
         at += text.size();
     }
     void fill(size_t count, char pad) {

@@ -1,6 +1,10 @@
 // String helpers that every room shares. Text is bytes: only ASCII letters are folded, NUL may occur anywhere.
 #pragma once
 
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +27,55 @@ std::string rx_uppered(std::string_view text);
 
 /// True when the texts are equal without regard to the case of ASCII letters.
 bool rx_equal_nocase(std::string_view a, std::string_view b);
+
+/// Copies a text of `width` to 2 * `width` bytes: its first and its last ones, which may overlap.
+template <size_t width> inline void rx_copy_ends(char *to, const char *from, size_t length) {
+    char first[width], last[width];
+    std::memcpy(first, from, width);
+    std::memcpy(last, from + length - width, width);
+    std::memcpy(to, first, width);
+    std::memcpy(to + length - width, last, width);
+}
+
+/// memcpy for texts that are mostly short: the call would take longer than the copy.
+inline void rx_copy_bytes(char *to, const char *from, size_t length) {
+    if (length > 32)
+        std::memcpy(to, from, length);
+    else if (length >= 16)
+        rx_copy_ends<16>(to, from, length);
+    else if (length >= 8)
+        rx_copy_ends<8>(to, from, length);
+    else if (length >= 4)
+        rx_copy_ends<4>(to, from, length);
+    else
+        for (size_t i = 0; i < length; i++) to[i] = from[i];
+}
+
+/// A text of up to 15 bytes as 16 bytes in registers, zeros behind it.
+struct rx_short_text {
+    uint64_t first = 0, second = 0;
+};
+inline rx_short_text rx_load_short(const char *from, size_t length) {
+    rx_short_text text;
+    if constexpr (std::endian::native == std::endian::little) {
+        if (length >= 8) {
+            uint64_t last;
+            std::memcpy(&text.first, from, 8);
+            std::memcpy(&last, from + length - 8, 8);
+            if (length > 8) text.second = last >> (16 - length) * 8;
+        } else if (length >= 4) {
+            uint32_t first, last;
+            std::memcpy(&first, from, 4);
+            std::memcpy(&last, from + length - 4, 4);
+            text.first = first | uint64_t{last} << (length - 4) * 8;
+        } else {
+            for (size_t i = 0; i < length; i++) text.first |= uint64_t{static_cast<unsigned char>(from[i])} << i * 8;
+        }
+    } else {
+        std::memcpy(&text, from, length);
+    }
+    return text;
+}
 
 /// Two lower-case hexadecimal digits for each byte.
 std::string rx_hexadecimal(std::string_view bytes);

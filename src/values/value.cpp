@@ -2,6 +2,7 @@
 
 #include "base/raise.h"
 #include "platform/sanitizer.h"
+#include "platform/strings.h"
 
 #include <algorithm>
 
@@ -61,8 +62,21 @@ rx_value rx_string_of(size_t length) {
 }
 
 rx_value rx_string(std::string_view text) {
-    rx_value value = rx_string_of(text.size());
-    if (!text.empty()) std::memcpy(rx_bytes(value), text.data(), text.size());
+    rx_value value;
+    if (text.size() <= rx_value::inline_capacity) {
+        // Three stores of a word each, for the word-wise moves that follow.
+        uint64_t head = uint64_t{text.size()} << 32 | RX_STRING;
+        rx_short_text bytes = rx_load_short(text.data(), text.size());
+        std::memcpy(static_cast<void *>(&value), &head, sizeof head);
+        std::memcpy(value.bytes, &bytes, sizeof bytes);
+        return value;
+    }
+    check_length(text.size());
+    value.kind = RX_STRING;
+    value.length = static_cast<uint32_t>(text.size());
+    give_buffer(value, text.size());
+    rx_copy_bytes(value.heap.data, text.data(), text.size());
+    value.heap.data[text.size()] = '\0';
     return value;
 }
 
@@ -104,5 +118,5 @@ void rx_resize(rx_value &string, size_t length) {
 void rx_append(rx_value &string, std::string_view text) {
     size_t before = string.length;
     rx_resize(string, before + text.size());
-    if (!text.empty()) std::memcpy(rx_bytes(string) + before, text.data(), text.size());
+    rx_copy_bytes(rx_bytes(string) + before, text.data(), text.size());
 }
