@@ -20,6 +20,33 @@ rx_value with_commas(std::string_view text) {
     return result;
 }
 
+/// The words of a text that a first walk counts, because the length of the result depends on them, and a second one
+/// puts there. The first few needn't be found again.
+struct counted_words {
+    static constexpr size_t few = 16;
+    size_t count = 0, bytes = 0;
+    const char *starts[few]; // apart from the lengths: a view as a whole would wait for its two halves to be stored
+    size_t lengths[few];
+
+    void add(std::string_view word) {
+        if (count < few) {
+            starts[count] = word.data();
+            lengths[count] = word.size();
+        }
+        count++;
+        bytes += word.size();
+    }
+
+    /// Calls `use(word)` with each word, as long as it returns true.
+    template <class Use> void each_again(std::string_view text, Use use) const {
+        for (size_t i = 0; i < std::min(count, few); i++)
+            if (!use(std::string_view(starts[i], lengths[i]))) return;
+        if (count <= few) return;
+        const char *behind = starts[few - 1] + lengths[few - 1];
+        bu_each_word(text.substr(static_cast<size_t>(behind - text.data())), use);
+    }
+};
+
 } // namespace
 
 /// center(string, length, [pad]), also centre
@@ -138,23 +165,23 @@ rx_value bu_justify(const rx_expr *list) {
     std::string_view text = args.text(0);
     rx_value result = bu_string(length);
     // What is kept: words as long as a byte of the next one fits behind its blank.
-    size_t kept = 0, used = 0, bytes = 0;
+    counted_words kept;
+    size_t used = 0;
     bu_each_word(text, [&](std::string_view word) {
-        size_t from = used + (kept ? 1 : 0);
+        size_t from = used + (kept.count ? 1 : 0);
         if (from >= length) return false;
-        size_t fitting = std::min(word.size(), length - from);
-        used = from + fitting;
-        bytes += fitting;
-        kept++;
+        kept.add(word.substr(0, length - from));
+        used = from + std::min(word.size(), length - from);
         return true;
     });
-    size_t gaps = kept > 1 ? kept - 1 : 0, room = length - bytes, i = 0;
+    size_t gaps = kept.count > 1 ? kept.count - 1 : 0, room = length - kept.bytes, bytes = kept.bytes, i = 0;
+    size_t gap = gaps ? room / gaps : 0, longer = gaps ? room % gaps : 0;
     bu_writer out(result);
-    bu_each_word(text, [&](std::string_view word) {
-        if (i == kept) return false;
+    kept.each_again(text, [&](std::string_view word) {
+        if (i == kept.count) return false;
         out.put(word.substr(0, bytes));
         bytes -= std::min(bytes, word.size());
-        if (i < gaps) out.fill(room / gaps + (i < room % gaps ? 1 : 0), pad);
+        if (i < gaps) out.fill(gap + (i < longer ? 1 : 0), pad);
         i++;
         return true;
     });
@@ -256,19 +283,19 @@ rx_value bu_space(const rx_expr *list) {
     size_t n = args.size(1, BU_ROUNDED, 1);
     char pad = args.pad(2);
     std::string_view text = args.text(0);
-    size_t words = 0, bytes = 0;
+    counted_words words;
     bu_each_word(text, [&](std::string_view word) {
-        words++;
-        bytes += word.size();
+        words.add(word);
         return true;
     });
-    if (words > 1 && n > bu_longest_result) rx_raise(5);
-    rx_value result = bu_string(bytes + (words > 1 ? n * (words - 1) : 0));
+    if (words.count > 1 && n > bu_longest_result) rx_raise(5);
+    rx_value result = bu_string(words.bytes + (words.count > 1 ? n * (words.count - 1) : 0));
     bu_writer out(result);
-    bu_each_word(text, [&](std::string_view word) {
+    size_t left = words.count;
+    words.each_again(text, [&](std::string_view word) {
         out.put(word);
-        if (--words) out.fill(n, pad);
-        return true;
+        if (--left) out.fill(n, pad);
+        return left > 0;
     });
     return result;
 }
