@@ -8,20 +8,18 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
-/// The place of a number's exponent letter, or npos.
-size_t exponent_place(std::string_view text) {
-    auto letter = std::find_if(text.begin(), text.end(), [](char c) { return c == 'E' || c == 'e'; });
-    return letter == text.end() ? std::string_view::npos : static_cast<size_t>(letter - text.begin());
-}
-
 /// The text of a number taken apart.
 struct number_parts {
+    /// Without the point. The smallest numbers have some 340 digits when they are written out.
+    char digits[400];
+    size_t count = 0;
+    size_t zeros = 0; ///< that follow the digits
+    size_t point = 0; ///< how many of the digits stand in front of the point
     bool negative = false;
-    std::string digits; ///< without the point
-    size_t point = 0;   ///< how many of them stand in front of the point
     bool has_exponent = false;
     int exponent = 0;
     bool plus = false;         ///< a positive exponent shows its sign
@@ -30,41 +28,56 @@ struct number_parts {
     /// Reads "-12.5E+6" and its like.
     explicit number_parts(std::string_view text) {
         negative = text.starts_with('-');
-        if (negative) text.remove_prefix(1);
-        if (size_t e = exponent_place(text); e != std::string_view::npos) {
-            std::string power(text.substr(e + 1));
+        bool has_point = false;
+        size_t i = negative ? 1 : 0;
+        for (; i < text.size() && text[i] != 'E' && text[i] != 'e'; i++) {
+            if (text[i] != '.') {
+                digits[count++] = text[i];
+            } else if (!has_point) {
+                has_point = true;
+                point = count;
+            }
+        }
+        if (!has_point) point = count;
+        if (i < text.size()) {
+            std::string power(text.substr(i + 1));
             exponent = std::atoi(power.c_str());
             has_exponent = exponent != 0;
             plus = power.starts_with('+') || exponent < 0;
             exponent_width = power.size() - (rx_is_digit(power[0]) ? 0 : 1);
-            text = text.substr(0, e);
         }
-        point = std::min(text.find('.'), text.size());
-        digits = text.substr(0, point);
-        digits += bu_behind(text, point + 1);
     }
 
-    std::string_view whole() const { return std::string_view(digits).substr(0, point); }
-    std::string_view fraction() const { return std::string_view(digits).substr(point); }
+    std::string_view whole() const { return {digits, point}; }
+    /// Without the zeros.
+    std::string_view fraction() const { return {digits + point, count - point}; }
+    size_t places() const { return count - point + zeros; }
+
+    void put_in_front(size_t n, char digit) {
+        std::memmove(digits + n, digits, count);
+        std::memset(digits, digit, n);
+        count += n;
+    }
 
     /// Writes the exponent out as zeros.
     void expand() {
         if (!has_exponent) return;
         int places = static_cast<int>(point) + exponent;
         if (places <= 0) {
-            digits.insert(0, static_cast<size_t>(1 - places), '0');
+            put_in_front(static_cast<size_t>(1 - places), '0');
             places = 1;
         }
         point = static_cast<size_t>(places);
-        if (digits.size() < point) digits.resize(point, '0');
+        while (count < point) digits[count++] = '0';
         has_exponent = false;
     }
 
     /// Brings the fraction to that many digits, rounded half up.
     void round(size_t places) {
         size_t length = point + places;
-        bool up = digits.size() > length && digits[length] >= '5';
-        digits.resize(length, '0');
+        bool up = count > length && digits[length] >= '5';
+        count = std::min(count, length);
+        zeros = length - count;
         if (!up) return;
         size_t at = length;
         while (at > 0 && digits[at - 1] == '9') digits[--at] = '0';
@@ -72,10 +85,10 @@ struct number_parts {
             digits[at - 1]++;
             return;
         }
-        digits.insert(0, 1, '1');
+        put_in_front(1, '1');
         if (has_exponent && rx_numeric->form == 0) {
             // 9.99E+5 became 10.0E+5.
-            digits.pop_back();
+            count--;
             exponent++;
             has_exponent = exponent != 0;
         } else {
@@ -120,9 +133,8 @@ rx_value bu_format(const rx_expr *list) {
     if (!std::isfinite(number)) return rx_string(text);
 
     number_parts parts(text);
-    if (!args.given(3) && args.given(4) && !parts.has_exponent &&
-        (parts.whole().size() > expt || parts.fraction().size() > 2 * expt)) {
-        size_t length = parts.digits.size() + (parts.fraction().empty() ? 0 : 1);
+    if (!args.given(3) && args.given(4) && !parts.has_exponent && (parts.point > expt || parts.places() > 2 * expt)) {
+        size_t length = parts.count + (parts.places() ? 1 : 0);
         int places = std::clamp(static_cast<int>(length) - 2, 0, 15);
         bool negative = parts.negative;
         parts = in_exponents(std::fabs(number), places);
@@ -143,16 +155,16 @@ rx_value bu_format(const rx_expr *list) {
             exponent = parts.exponent_text();
         }
     }
-    std::string_view whole = parts.whole(), fraction = parts.fraction();
-    size_t places = whole.size() + (parts.negative ? 1 : 0), point = fraction.empty() ? 0 : 1;
+    size_t places = parts.point + (parts.negative ? 1 : 0), point = parts.places() ? 1 : 0;
     if (args.given(1) && places > before) args.fail(1, "argument 2 too small.");
-    rx_value result = bu_string(std::max(before, places) + point + fraction.size() + exponent.size());
+    rx_value result = bu_string(std::max(before, places) + point + parts.places() + exponent.size());
     bu_writer out(result);
     if (before > places) out.fill(before - places, ' ');
     if (parts.negative) out.fill(1, '-');
-    out.put(whole);
+    out.put(parts.whole());
     out.fill(point, '.');
-    out.put(fraction);
+    out.put(parts.fraction());
+    out.fill(parts.zeros, '0');
     out.put(exponent);
     return result;
 }
@@ -176,7 +188,7 @@ rx_value bu_trunc(const rx_expr *list) {
     number_parts parts(text);
     parts.expand();
     size_t sign = parts.negative ? 1 : 0, point = places ? 1 : 0;
-    rx_value result = bu_string(sign + parts.whole().size() + point + places);
+    rx_value result = bu_string(sign + parts.point + point + places);
     bu_writer out(result);
     out.fill(sign, '-');
     out.put(parts.whole());
