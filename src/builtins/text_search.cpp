@@ -3,6 +3,7 @@
 #include "platform/strings.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -37,9 +38,10 @@ size_t bu_search(std::string_view haystack, std::string_view needle, size_t from
 size_t bu_search_nocase(std::string_view haystack, std::string_view needle, size_t from) {
     if (from > haystack.size() || haystack.size() - from < needle.size()) return none;
     if (haystack.size() - from <= short_text) {
-        char first = rx_lower_byte(needle[0]);
+        char small = rx_lower_byte(needle[0]), capital = rx_upper_byte(needle[0]);
         for (size_t at = from; at + needle.size() <= haystack.size(); at++)
-            if (rx_lower_byte(haystack[at]) == first && rx_equal_nocase(haystack.substr(at, needle.size()), needle))
+            if ((haystack[at] == small || haystack[at] == capital) &&
+                rx_equal_nocase(haystack.substr(at, needle.size()), needle))
                 return at;
         return none;
     }
@@ -85,6 +87,11 @@ size_t bu_mismatch(std::string_view one, std::string_view two) {
     size_t length = std::min(one.size(), two.size()), at = 0;
     constexpr size_t step = 64;
     while (at + step <= length && std::memcmp(one.data() + at, two.data() + at, step) == 0) at += step;
+    for (uint64_t a, b; at + sizeof a <= length; at += sizeof a) {
+        std::memcpy(&a, one.data() + at, sizeof a);
+        std::memcpy(&b, two.data() + at, sizeof b);
+        if (a != b) break;
+    }
     while (at < length && one[at] == two[at]) at++;
     return at;
 }
