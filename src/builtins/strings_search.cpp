@@ -69,7 +69,8 @@ struct changer {
     rx_value run() const {
         size_t end = next_end(0, 0);
         if (end == none) return rx_string(source);
-        rx_value result = bu_string(source.size()); // cut to its length at the end
+        // Room for one replacement; cut to its length at the end.
+        rx_value result = bu_string(source.size() + (fill.size() > old.size() ? fill.size() - old.size() : 0));
         size_t used = 0, copied = 0;
         auto put = [&](std::string_view text) {
             if (used + text.size() > bu_longest_result) rx_raise(5);
