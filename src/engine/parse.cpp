@@ -125,32 +125,6 @@ private:
 
 // ---- assigning ------------------------------------------------------------------------------------------------------
 
-/// Copies a short text; an ordinary call would take longer than the copy. Where `readable` bytes can be read from the
-/// text on, 16 are taken at once: the record has room for them.
-[[gnu::always_inline]] inline void copy_short(char *to, const char *from, size_t length, size_t readable) {
-    if (readable >= 16) [[likely]] {
-        uint64_t first, second;
-        std::memcpy(&first, from, 8);
-        std::memcpy(&second, from + 8, 8);
-        std::memcpy(to, &first, 8);
-        std::memcpy(to + 8, &second, 8);
-    } else if (length >= 8) {
-        uint64_t head, tail;
-        std::memcpy(&head, from, 8);
-        std::memcpy(&tail, from + length - 8, 8);
-        std::memcpy(to, &head, 8);
-        std::memcpy(to + length - 8, &tail, 8);
-    } else if (length >= 4) {
-        uint32_t head, tail;
-        std::memcpy(&head, from, 4);
-        std::memcpy(&tail, from + length - 4, 4);
-        std::memcpy(to, &head, 4);
-        std::memcpy(to + length - 4, &tail, 4);
-    } else {
-        for (size_t i = 0; i < length; i++) to[i] = from[i];
-    }
-}
-
 /// The place of the first such byte in a part of a text, or the part's end. Eight bytes are looked at at once as long as
 /// the text has them: after the exclusive or the byte is a zero, and the subtraction carries out of the first zero into
 /// its highest bit.
@@ -196,8 +170,15 @@ void store_long(rx_value &record, std::string_view text) {
     // The fields of the head in one store, as rx_number does it.
     uint64_t head = uint64_t{length} << 32 | RX_INLINE << 8 | RX_STRING;
     std::memcpy(static_cast<void *>(&record), &head, sizeof head);
-    copy_short(record.bytes, text.data() + from, length, text.size() - from);
-    record.bytes[length] = '\0';
+    const char *bytes = text.data() + from;
+    if (text.size() - from >= sizeof record.bytes) [[likely]] {
+        // The record has room for more than the field.
+        std::memcpy(record.bytes, bytes, sizeof record.bytes);
+        record.bytes[length] = '\0';
+    } else {
+        rx_short_text field = rx_load_short(bytes, length);
+        std::memcpy(record.bytes, &field, sizeof field);
+    }
 }
 
 /// Where a pattern is found from a place on, or npos; an empty one is nowhere.
