@@ -253,6 +253,18 @@ namespace {
 } // namespace
 
 rx_value rx_invoke(const rx_op *call, int level) {
+    // A built-in that was called before, while nobody traces.
+    bool built_in = call->target && call->target_serial == ((*rx_program_now)->serial << 2 | RESOLVED_BUILTIN);
+    if (built_in && level == 0 && rx_call_level.value == 0) [[likely]] {
+        struct called_name {
+            std::string_view before = rx_called_name;
+            ~called_name() { rx_called_name = before; }
+        } name;
+        rx_error.line = call->name->line;
+        rx_error.column = call->name->column;
+        rx_called_name = call->name->text;
+        return reinterpret_cast<rx_handler>(const_cast<void *>(call->target))(call->args);
+    }
     resolved_kind kind;
     if (!cached(*call, kind) && !resolve(*call, false, kind)) [[unlikely]] {
         if (rx_value result; !load_routine(*call, kind, result, level)) return result;

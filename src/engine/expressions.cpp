@@ -277,6 +277,8 @@ rx_value do_exec(const rx_expr *node, int level) {
     if (node->type == OP_NODE) {
         if (node->op->kind == RX_CALL && level == 0) {
             if (const rx_value *argument = rx_quick_argument(*node->op)) return rx_copy_value(*argument);
+            rx_check_stack();
+            return function(node, *node->op, 0);
         }
         if (level == 0 && node->op->kind == RX_DYADIC) {
             if (rx_plain plain; rx_try_quick(node, plain)) return rx_value_of(plain);

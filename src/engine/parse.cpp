@@ -416,6 +416,20 @@ struct careful_walk {
     }
 };
 
+/// PARSE ARG with one variable for each argument, as most routines begin: whole values, with the numbers that they carry.
+[[gnu::noinline]] void take_arguments(const rx_parse_clause &clause) {
+    size_t argument = 0;
+    for (const rx_template_item *item = clause.made->items;; item = item->cut + 1, argument++) {
+        if (item->step == step::variable) {
+            bool there = argument < rx_args->count;
+            rx_value value = there ? rx_copy_value(rx_args->args[argument].text) : rx_string("");
+            if (clause.upper) rx_upper(rx_bytes(value), value.length);
+            rx_var_store(rx_var_entry(*item->symbol), std::move(value));
+        }
+        if (item->cut->step == step::end) return;
+    }
+}
+
 [[gnu::noinline]] void parse_in_general(const rx_parse_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return;
@@ -429,8 +443,10 @@ struct careful_walk {
 } // namespace
 
 void rx_parse(const rx_parse_clause &clause) {
+    bool traced = (rx_settings->trace & TRACE_CLAUSES) != 0;
+    if (clause.source == PARSE_ARG && clause.made && clause.made->one_each && !traced) return take_arguments(clause);
     // What is usual in loops doesn't even look for the text.
-    if (clause.plain && !(rx_settings->trace & TRACE_CLAUSES)) {
+    if (clause.plain && !traced) {
         const rx_value *value = rx_var_cached(*clause.operand->symbol);
         bool at_hand = value && value->is_string() && value->storage == RX_HEAP;
         if (at_hand && is_plain(*clause.made)) return walk_plainly(clause.made->items, value->text());

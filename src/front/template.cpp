@@ -110,6 +110,16 @@ bool is_simple(const rx_template_item &item) {
     }
 }
 
+bool is_one_of_one_each(const rx_template_item &item) {
+    switch (item.step) {
+    case rx_template_step::variable:
+    case rx_template_step::placeholder: return item.cut == &item + 1;
+    case rx_template_step::comma:
+    case rx_template_step::end: return true;
+    default: return false;
+    }
+}
+
 } // namespace
 
 rx_template *rx_read_template(rx_arena &arena, const rx_expr *token, const rx_symbol *parsed) {
@@ -130,6 +140,7 @@ rx_template *rx_read_template(rx_arena &arena, const rx_expr *token, const rx_sy
         if (row[i].step > rx_template_step::placeholder) cut = row + i;
         row[i].cut = cut;
     }
-    return arena.make<rx_template>(
-        rx_template{.items = row, .simple = std::all_of(row, row + items.size(), is_simple)});
+    return arena.make<rx_template>(rx_template{.items = row,
+                                               .simple = std::all_of(row, row + items.size(), is_simple),
+                                               .one_each = std::all_of(row, row + items.size(), is_one_of_one_each)});
 }

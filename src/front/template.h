@@ -37,6 +37,7 @@ struct rx_template_item {
 struct rx_template {
     rx_template_item *items = nullptr; ///< the last one is an `end`
     bool simple = true;                ///< holds simple variables, cuts that are written out and nothing wrong
+    bool one_each = true;              ///< at most one simple variable or placeholder between commas, nothing else
     uint64_t serial = 0;               ///< of the scope that the entries, all of them, belong to
 };
 
