@@ -1,0 +1,36 @@
+#!/bin/sh
+# Runs what the profile of the release build is made from: the programs beside this file at small sizes.
+#
+#   train.sh VANDRA
+set -eu
+vandra=$1
+here=$(dirname "$0")
+place=$(mktemp -d)
+trap 'rm -rf "$place"' EXIT
+
+train() {
+    name=$1
+    shift
+    "$vandra" "$here/$name.vnd" "$@" >"$place/output"
+}
+
+train count 300000
+train fib 18
+train fraction 100000
+train sieve 100000
+train words 20
+train texts 5000
+train parse 30000
+train build 50000
+train queens 6
+train hanoi 12
+train calls 20000
+train say 3000
+train mixed 5000
+i=0
+while [ $i -lt 5000 ]; do
+    echo "$i of the lines of a file that isn't read for its contents"
+    i=$((i + 1))
+done >"$place/lines"
+LINES_FILE=$place/lines train lines
+LINES_FILE=$place/lines train execio
