@@ -171,10 +171,10 @@ void bu_append(rx_value &result, std::string_view text);
 
 /// A number that a function computed.
 inline rx_value bu_number(double number) {
-    return rx_number(number, 0);
+    return rx_number(number, 0, rx_is_whole(number) ? 1 : 0);
 }
 inline rx_value bu_count(size_t count) {
-    return rx_number(static_cast<double>(count), 0);
+    return rx_number(static_cast<double>(count), 0, 1);
 }
 
 /// True for a name that a variable can have: symbol characters (the byte 168 is one here), the first neither a digit

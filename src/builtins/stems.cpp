@@ -13,7 +13,7 @@ bu_stem::bu_stem(std::string_view name) {
 void bu_stem::point_at(size_t index) {
     // As a number it finds its place without being spelled; that is only the same when its text is its digits.
     bool spelled_alike = rx_numeric->digits >= 9 && index <= 999999999;
-    number_.value = spelled_alike ? rx_number(static_cast<double>(index)) : rx_string(std::to_string(index));
+    number_.value = spelled_alike ? rx_number(static_cast<double>(index), 0, 1) : rx_string(std::to_string(index));
     rx_tail &tail = symbol_->tails[symbol_->tail_count - 1];
     tail.constant = false;
     tail.var = &number_;

@@ -41,5 +41,5 @@ template <class Texts> void bu_fill_stem(std::string_view name, const Texts &tex
     bu_stem stem(name);
     size_t count = 0;
     for (const auto &text : texts) stem.set(++count, rx_string(text));
-    stem.set(0, rx_number(static_cast<double>(count)));
+    stem.set(0, rx_number(static_cast<double>(count), 0, 1));
 }

@@ -63,7 +63,7 @@ void execio_target::store_found(std::string_view line, size_t ordinal, size_t nu
 }
 
 void execio_target::finish() {
-    if (stem_ && !operands_.skip) rx_var_assign(stem_->at(0), rx_number(static_cast<double>(stored_)));
+    if (stem_ && !operands_.skip) rx_var_assign(stem_->at(0), rx_number(static_cast<double>(stored_), 0, 1));
 }
 
 // ---- writing --------------------------------------------------------------------------------------------------------

@@ -182,8 +182,8 @@ rx_value dyadic(const rx_expr *node, const rx_op &op, int level) {
 
 // ---- numbers beside calls ------------------------------------------------------------------------------------------
 //
-// Arithmetic and comparison over what isn't all numbers at hand, like f(x) + 1: each operand goes into registers as
-// soon as it is evaluated, so that nothing is lent that could change.
+// Arithmetic and comparison beside calls, like f(x) + 1: each operand goes into registers as soon as it is evaluated, so
+// that nothing is lent that could change.
 
 /// The number of an operand that can be had at once. With `from_text` that of a text counts, too.
 inline bool ready_number(const rx_operand &operand, bool from_text, rx_plain &plain) {
@@ -216,8 +216,12 @@ struct number_operand {
     void evaluate(const rx_operand &operand, rx_operand_use use, int which) {
         if (ready_number(operand, use == RX_AS_NUMBER, plain)) return;
         plain = rx_no_plain(rx_arithmetic_fault::not_a_number);
-        const rx_value &found = fetch(operand, 0, use, value, which);
-        if (&found != &value) value = rx_copy_value(found);
+        if (operand.kind == OP_NODE && operand.node->op->kind == RX_CALL) {
+            value = function(operand.node, *operand.node->op, 0);
+        } else {
+            const rx_value &found = fetch(operand, 0, use, value, which);
+            if (&found != &value) value = rx_copy_value(found);
+        }
         if (value.is_number()) {
             plain = rx_plain_of(value);
         } else if (use == RX_AS_NUMBER && value.carries_number()) {
@@ -282,7 +286,7 @@ rx_value do_exec(const rx_expr *node, int level) {
         }
         if (level == 0 && node->op->kind == RX_DYADIC) {
             if (rx_plain plain; rx_try_quick(node, plain)) return rx_value_of(plain);
-            if (rx_is_quick(node->op->fn->id)) return numbers(node, *node->op);
+            if (node->op->calls && rx_is_quick(node->op->fn->id)) return numbers(node, *node->op);
         }
         return run_operator(node, level);
     }

@@ -146,7 +146,8 @@ const rx_symbol &control_of(const controlled &state) {
 
 /// The start value goes into the variable as its text with 15 digits, and comes back as a number.
 rx_value start_value(double start) {
-    if (rx_is_whole(start) && std::fabs(start) < 1e15 && !(start == 0 && std::signbit(start))) return rx_number(start);
+    if (rx_is_whole(start) && std::fabs(start) < 1e15 && !(start == 0 && std::signbit(start)))
+        return rx_number(start, 0, 1);
     char text[64];
     std::snprintf(text, sizeof text, "%.15g", start);
     rx_value value = rx_string(text);

@@ -69,12 +69,12 @@ namespace {
 constinit unsigned all_kept = 0;
 constexpr unsigned most_kept = 256, most_kept_here = 8;
 /// A level that has made more entries, or has taken more memory for them, isn't kept.
-constexpr uint32_t most_entries_kept = 256;
+constexpr size_t most_entries_kept = 256;
 constexpr size_t most_blocks_kept = 3;
 
 void unset(rx_var &var) {
     if (var.state == RX_EXPOSED) return;
-    var.value = rx_value();
+    if (var.state == RX_SET) var.value = rx_value();
     var.state = RX_DROPPED;
     var.marks = RX_LEFT_OVER;
 }
@@ -93,7 +93,8 @@ void discard_kept(rx_level &level) {
 /// Empties a level; it becomes a spare one or is freed.
 void discard(rx_level *level) {
     discard_kept(*level);
-    level->names.for_each(free_value);
+    for (rx_var *var : level->entries) free_value(*var);
+    level->entries.clear();
     for (auto &stem : level->stems) {
         if (stem->key) free_value(*stem->key);
     }
@@ -116,13 +117,15 @@ void discard(rx_level *level) {
 /// Keeps the level that is being left, if it may be.
 bool keep(rx_level &level) {
     if (level.procedure == 0 || all_kept == most_kept || level.older->kept_count == most_kept_here) return false;
-    if (level.entered > most_entries_kept || level.arena.blocks() > most_blocks_kept) return false;
-    level.names.for_each(unset);
+    size_t entries = level.entries.size();
+    for (auto &stem : level.stems) entries += stem->in_elements + stem->tails.used;
+    if (entries > most_entries_kept || level.arena.blocks() > most_blocks_kept) return false;
+    for (rx_var *var : level.entries) unset(*var);
     for (auto &stem : level.stems) {
         stem->for_each(unset);
         if (stem->key) unset(*stem->key);
     }
-    level.promised = nullptr;
+    level.promised_order = 0;
     rx_level &older = *level.older;
     level.next_kept = older.kept;
     older.kept = &level;
@@ -182,12 +185,14 @@ rx_var *make_entry(rx_level &level, rx_arena &arena, std::string_view name) {
 rx_var &rx_level::enter(std::string_view name, uint64_t hash) {
     rx_var *var = make_entry(*this, arena, name);
     names.enter(hash, var);
+    entries.push_back(var);
     return *var;
 }
 
 void rx_level::keep_promise() {
     const rx_symbol &symbol = *promised;
     promised = nullptr;
+    if (!promised_order) return;
     rx_var &var = enter(symbol.name, symbol.hash);
     entered--; // its place in the order was taken when the promise was made
     var.order = promised_order;

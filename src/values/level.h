@@ -125,12 +125,13 @@ struct rx_level {
     rx_level *next_kept = nullptr;
     rx_arena arena; ///< entries and their names
     rx_pointer_table<rx_var> names;
+    std::vector<rx_var *> entries; ///< those in `names`
     rx_pointer_table<rx_stem> stem_table;
     std::vector<std::unique_ptr<rx_stem>> stems;
     uint32_t entered = 0; ///< entries made so far
 
     /// A number assigned to a simple name that has no entry here yet (see rx_var_promise): the entry is made when
-    /// somebody looks for it. Null: nothing is promised.
+    /// somebody looks for it. Null, or no place in the order of entry: nothing is promised.
     const rx_symbol *promised = nullptr;
     uint32_t promised_order = 0;
     double promised_number = 0;

@@ -82,7 +82,7 @@ std::string rx_show_vars(unsigned number) {
     if (level->promised) level->keep_promise();
 
     std::vector<listed> all;
-    level->names.for_each([&](const rx_var &var) { add(all, std::string(var.name()), var); });
+    for (const rx_var *var : level->entries) add(all, std::string(var->name()), *var);
     for (const auto &stem : level->stems) {
         if (stem->key) add(all, std::string(stem->key->name()), *stem->key);
         stem->for_each_tail(

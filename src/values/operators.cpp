@@ -189,7 +189,7 @@ double length_of(const rx_value &value) {
 
 rx_value fx_rho(const rx_value &operand, int &fault) {
     fault = 0;
-    return rx_number(length_of(operand));
+    return rx_number(length_of(operand), 0, 1);
 }
 
 rx_value fx_conc_rho(const rx_value &left, const rx_value &right, int &fault) {

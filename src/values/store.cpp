@@ -18,13 +18,15 @@ struct name_builder {
     size_t length = 0;
 
     void add(std::string_view text) {
-        if (large.empty() && length + text.size() <= sizeof small) {
-            if (!text.empty()) std::memcpy(small + length, text.data(), text.size());
-        } else {
-            if (large.empty()) large.assign(small, length);
-            large += text;
-        }
+        if (length + text.size() <= sizeof small) [[likely]]
+            rx_copy_bytes(small + length, text.data(), text.size());
+        else
+            add_to_large(text);
         length += text.size();
+    }
+    [[gnu::noinline]] void add_to_large(std::string_view text) {
+        if (large.empty()) large.assign(small, length);
+        large += text;
     }
     std::string_view view() const { return large.empty() ? std::string_view(small, length) : std::string_view(large); }
 };
@@ -71,10 +73,7 @@ template <class T> struct meaning_table {
 constinit meaning_table<rx_var> meant_variables;
 constinit meaning_table<rx_stem> meant_stems;
 
-/// The owner of a simple name as a read sees it, or null.
-rx_var *find_simple(std::string_view name, uint64_t hash) {
-    auto same = [&](const rx_var &var) { return rx_same_name(var.name(), name); };
-    if (rx_var *var = meant_variables.find(hash, same)) return var;
+[[gnu::noinline]] rx_var *search_simple(std::string_view name, uint64_t hash) {
     for (rx_level *level = rx_scope->level; level;) {
         rx_var *var = level->find(name, hash);
         if (!var) return nullptr;
@@ -87,7 +86,13 @@ rx_var *find_simple(std::string_view name, uint64_t hash) {
     return nullptr;
 }
 
-rx_var *find_simple(const rx_symbol &symbol) {
+/// The owner of a simple name as a read sees it, or null.
+inline rx_var *find_simple(std::string_view name, uint64_t hash) {
+    rx_var *var = meant_variables.find(hash, [&](const rx_var &meant) { return rx_same_name(meant.name(), name); });
+    return var ? var : search_simple(name, hash);
+}
+
+inline rx_var *find_simple(const rx_symbol &symbol) {
     if (symbol.serial == rx_scope->serial && symbol.var) return symbol.var;
     rx_var *var = find_simple(symbol.name, symbol.hash);
     if (var && !symbol.environment) {
@@ -407,8 +412,10 @@ void rx_var_assign(const rx_symbol &symbol, rx_value &&value) {
 }
 
 namespace {
+/// Promises where nothing is promised and no entry stands in the way; else assigns.
 [[gnu::noinline]] void promise_first(rx_level &level, const rx_symbol &symbol, double whole) {
-    if (level.promised || level.find(symbol.name, symbol.hash))
+    bool free = !level.promised || !level.promised_order;
+    if (!free || level.find(symbol.name, symbol.hash))
         return rx_var_assign(symbol, rx_value_of({whole, rx_whole_head}));
     level.promised = &symbol;
     level.promised_order = ++level.entered;
@@ -418,7 +425,9 @@ namespace {
 
 void rx_var_promise(const rx_symbol &symbol, double whole) {
     rx_level &level = *rx_scope->level;
+    // A kept level still knows of which symbol it had a promise: then it has no entry for it.
     if (level.promised != &symbol) return promise_first(level, symbol, whole);
+    if (!level.promised_order) level.promised_order = ++level.entered;
     level.promised_number = whole;
 }
 

@@ -117,11 +117,11 @@ static_assert(sizeof(rx_value) == 24);
 /// The longest text that a value can hold. Making a longer one raises error 5.
 constexpr size_t rx_longest_text = 0x7fffffff;
 
-/// A number with its count of digits behind the point.
-inline rx_value rx_number(double real, int32_t decimals = 0) {
+/// A number with its count of digits behind the point, and what is known of its rounding.
+inline rx_value rx_number(double real, int32_t decimals = 0, uint8_t rounded = 0) {
     rx_value value;
     // The four fields of the head in one store, for the word-wise move that mostly follows.
-    uint64_t head = uint64_t{static_cast<uint32_t>(decimals)} << 32 | RX_NUMBER;
+    uint64_t head = uint64_t{static_cast<uint32_t>(decimals)} << 32 | uint64_t{rounded} << 16 | RX_NUMBER;
     std::memcpy(static_cast<void *>(&value), &head, sizeof head);
     value.real = real;
     return value;
@@ -129,9 +129,7 @@ inline rx_value rx_number(double real, int32_t decimals = 0) {
 
 /// A truth value as the operators give it: the number 0 or 1, no decimals restored.
 inline rx_value rx_truth(bool truth) {
-    rx_value value = rx_number(truth ? 1.0 : 0.0, -1);
-    value.rounded = 1;
-    return value;
+    return rx_number(truth ? 1.0 : 0.0, -1, 1);
 }
 
 /// A string with a copy of the text.
