@@ -138,6 +138,28 @@ inline bool settles(const rx_op &op, const rx_value &left) {
     return rx_number_of(left, number) && (op.fn->id == FX_OR ? number.real != 0 : number.real == 0);
 }
 
+/// The value of an operand that can be had without running or making anything, lent; else null.
+inline const rx_value *ready_value(const rx_operand &operand, rx_operand_use use) {
+    if (operand.kind == STRING) return &literal(operand.node, use);
+    if (operand.kind == SYMBOL) return rx_var_peek(*operand.node->symbol);
+    return operand.node->op->kind == RX_CALL ? rx_quick_argument(*operand.node->op) : nullptr;
+}
+
+/// An operator on two operands that are ready, as in `word = 'end'` or `line || '.'`. False: nothing has happened.
+inline bool join_ready(const rx_op &op, rx_value &result) {
+    if (op.fn->id == FX_OR || op.fn->id == FX_AND) return false;
+    const rx_value *left = ready_value(op.a, op.fn->use);
+    const rx_value *right = left ? ready_value(op.b, op.fn->use) : nullptr;
+    if (!right) return false;
+    if (op.fn->use == RX_AS_EITHER) {
+        left = &matched(op.a, *left, *right);
+        right = &matched(op.b, *right, *left);
+    }
+    int fault = 0;
+    result = op.fn->dyadic(*left, *right, fault);
+    return fault == 0;
+}
+
 rx_value dyadic(const rx_expr *node, const rx_op &op, int level) {
     rx_operand_use use = op.fn->use;
     rx_value left_scratch, right_scratch;
@@ -287,6 +309,7 @@ rx_value do_exec(const rx_expr *node, int level) {
         if (level == 0 && node->op->kind == RX_DYADIC) {
             if (rx_plain plain; rx_try_quick(node, plain)) return rx_value_of(plain);
             if (node->op->calls && rx_is_quick(node->op->fn->id)) return numbers(node, *node->op);
+            if (rx_value result; join_ready(*node->op, result)) return result;
         }
         return run_operator(node, level);
     }

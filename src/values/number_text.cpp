@@ -26,12 +26,10 @@ printed_text lay_out(char *out, bool negative, const char *figures, int count, i
     char *point = nullptr;
     char *letter = nullptr;
     auto put = [&at](const char *bytes, int n) {
-        std::memcpy(at, bytes, static_cast<size_t>(n));
-        at += n;
+        for (int i = 0; i < n; i++) *at++ = bytes[i];
     };
     auto put_zeros = [&at](int n) {
-        std::memset(at, '0', static_cast<size_t>(n));
-        at += n;
+        for (; n > 0; n--) *at++ = '0';
     };
     auto put_point = [&at, &point] {
         point = at;
@@ -80,11 +78,21 @@ printed_text print_general(char *out, double number, int digits) {
     double whole;
     int shift;
     if (rx_cut_digits(size, digits, whole, shift)) {
+        // Most numbers have few digits: zeros at the end are taken off before the digits are spelled.
+        auto left = static_cast<uint64_t>(whole);
+        int zeros = 0;
+        auto take_off = [&](uint64_t power, int count) {
+            if (left % power != 0) return;
+            left /= power;
+            zeros += count;
+        };
+        take_off(100000000, 8);
+        take_off(10000, 4);
+        take_off(100, 2);
+        take_off(10, 1);
         char figures[20];
-        int count = static_cast<int>(std::to_chars(figures, figures + 20, static_cast<long long>(whole)).ptr - figures);
-        int exponent = count - 1 - shift;
-        while (count > 1 && figures[count - 1] == '0') count--;
-        return lay_out(out, std::signbit(number), figures, count, exponent, digits);
+        int count = static_cast<int>(std::to_chars(figures, figures + 20, left).ptr - figures);
+        return lay_out(out, std::signbit(number), figures, count, count + zeros - 1 - shift, digits);
     }
     char *end = std::to_chars(out, out + 32, number, std::chars_format::general, digits).ptr;
     size_t length = static_cast<size_t>(end - out);
