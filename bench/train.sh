@@ -26,7 +26,7 @@ train queens 6
 train hanoi 12
 train calls 20000
 train say 3000
-train mixed 5000
+train mixed 5040
 i=0
 while [ $i -lt 5000 ]; do
     echo "$i of the lines of a file that isn't read for its contents"
