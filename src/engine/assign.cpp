@@ -24,6 +24,30 @@ struct piece {
     rx_value value;
 };
 
+bool same_name(const rx_symbol &a, const rx_symbol &b) {
+    return a.hash == b.hash && a.name == b.name;
+}
+
+/// `s = s || x` where S is a simple variable that holds a string and X a constant or a variable that is set: appends to
+/// S where it stands. False when the clause is something else.
+inline bool append_one(const rx_assign_clause &clause) {
+    const rx_symbol &target = *clause.target->symbol;
+    const rx_op &op = *clause.value->op;
+    if (op.a.kind != SYMBOL || op.b.kind == OP_NODE || !same_name(*op.a.node->symbol, target)) return false;
+    const rx_value *held = rx_var_cached(target);
+    const rx_value *piece = op.b.kind == STRING ? op.b.node->literal->text : rx_var_cached(*op.b.node->symbol);
+    if (!held || !held->is_string() || !piece || piece == held) return false;
+    rx_error.line = op.b.node->line; // a number may have no text
+    rx_error.column = op.b.node->column;
+    rx_number_buffer buffer;
+    std::string_view text = rx_arg_text(*piece, buffer);
+    rx_value &record = rx_var_writable(*target.var);
+    if (op.fn->id == FX_BL) rx_append(record, " ");
+    rx_append(record, text);
+    target.var->generation++;
+    return true;
+}
+
 /// `s = s || ...` (the value joins something) where S is a simple variable that holds a string: appends to S where it
 /// stands, so that building a text piece by piece takes time proportional to its length. False when the clause is
 /// something else.
@@ -40,8 +64,7 @@ struct piece {
         pieces[count++].blank = node->op->fn->id == FX_BL;
         if (left->kind != OP_NODE) break;
     }
-    if (left->kind != SYMBOL || left->node->symbol->hash != target.hash || left->node->symbol->name != target.name)
-        return false;
+    if (left->kind != SYMBOL || !same_name(*left->node->symbol, target)) return false;
     rx_var *var = rx_var_find(target);
     if (!var || var->state != RX_SET || !var->value.is_string()) return false;
 
@@ -211,7 +234,8 @@ inline bool store_number(const rx_assign_clause &clause) {
     if (!value || clause.from || clause.to || target.bad_name || target.environment) return ASSIGN_GENERAL;
     bool constant = value->type == STRING && value->flag == 0 && value->literal->number;
     if (constant || (value->type == OP_NODE && rx_quick_candidate(*value->op))) return ASSIGN_NUMBER;
-    return target.compound() || joins(value) ? ASSIGN_GENERAL : ASSIGN_PLAIN;
+    if (target.compound()) return ASSIGN_GENERAL;
+    return joins(value) ? ASSIGN_JOINED : ASSIGN_PLAIN;
 }
 
 /// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.
@@ -254,7 +278,7 @@ void rx_assign(const rx_assign_clause &clause) {
         clause.road = choose_road(clause);
     if (clause.road != ASSIGN_GENERAL && (rx_settings->trace & TRACE_CLAUSES) == 0) [[likely]] {
         if (clause.road == ASSIGN_PLAIN) return assign_plain(clause);
-        if (store_number(clause)) return;
+        if (clause.road == ASSIGN_NUMBER ? store_number(clause) : append_one(clause)) return;
     }
     assign_in_general(clause);
 }

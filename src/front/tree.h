@@ -150,7 +150,7 @@ struct rx_expr_clause : rx_clause {
 };
 
 /// How an assignment is tried first; the engine finds it out when the clause runs for the first time.
-enum rx_assign_road : uint8_t { ASSIGN_UNKNOWN = 0, ASSIGN_NUMBER = 1, ASSIGN_PLAIN = 2, ASSIGN_GENERAL = 3 };
+enum rx_assign_road : uint8_t { ASSIGN_UNKNOWN, ASSIGN_NUMBER, ASSIGN_PLAIN, ASSIGN_JOINED, ASSIGN_GENERAL };
 
 struct rx_assign_clause : rx_clause {
     rx_expr *target;         ///< a SYMBOL
