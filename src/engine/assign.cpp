@@ -188,8 +188,13 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
-/// A number for a variable that holds none yet.
-[[gnu::noinline]] void store_first(const rx_symbol &target, rx_plain number) {
+/// A number for a variable that holds none yet. `element` is what rx_var_element has found of a compound.
+[[gnu::noinline]] void store_first(const rx_symbol &target, rx_var *element, rx_plain number) {
+    if (target.compound() && element && rx_enter_element(target, *element)) {
+        rx_put_plain(element->value, number);
+        element->state = RX_SET;
+        return;
+    }
     if (target.whole_stem) return rx_var_assign(target, rx_value_of(number));
     rx_var_store(rx_var_entry(target), rx_value_of(number));
 }
@@ -213,7 +218,7 @@ inline bool store_number(const rx_assign_clause &clause) {
         rx_put_plain(var->value, plain);
         var->generation++;
     } else {
-        store_first(target, plain);
+        store_first(target, var, plain);
     }
     return true;
 }

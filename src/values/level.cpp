@@ -228,9 +228,13 @@ rx_var &rx_stem::enter(uint32_t index) {
         make_room(index);
     }
     rx_var *var = elements.at(index);
-    var->order = ++level->entered;
-    in_elements++;
+    enter_element(*var);
     return *var;
+}
+
+void rx_stem::enter_element(rx_var &element) {
+    element.order = ++level->entered;
+    in_elements++;
 }
 
 namespace {
@@ -292,11 +296,10 @@ void rx_stem::drop_all() {
 /// Frees the entries of all compounds with their values.
 void rx_stem::forget_all() {
     for_each([](rx_var &var) { var.~rx_var(); });
-    for (uint64_t first = 0, next; first < elements.count; first = next) {
-        next = first ? first * 2 : 16;
-        give_back_segment(elements.at(first), (next - first) * sizeof(rx_var));
+    for_each_segment([&](uint64_t first, uint64_t count) {
+        give_back_segment(elements.at(first), count * sizeof(rx_var));
         elements.start[rx_elements::segment_of(first)] = 0;
-    }
+    });
     elements.count = 0;
     in_elements = 0;
     sparse = false;

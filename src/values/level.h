@@ -86,21 +86,29 @@ struct rx_stem {
     rx_var *find(uint32_t index) const;
     rx_var *find(std::string_view tail) const;
     rx_var &enter(uint32_t index);
+    void enter_element(rx_var &element);
     rx_var &enter(std::string_view tail);
     rx_var &enter_key();
     /// Takes the values of all compounds and of the default; exposed entries stay. The entries of a large stem are
     /// forgotten, so that their memory is free again.
     void drop_all();
+    /// Calls `use` for each segment of elements: its first number and how many there are.
+    template <class Use> void for_each_segment(Use use) const {
+        for (uint64_t first = 0; first < elements.count; first = first ? first * 2 : 16)
+            use(first, first ? first : uint64_t{16});
+    }
     /// Calls `use` for each compound that was entered.
     template <class Use> void for_each(Use use) const {
-        for (uint64_t i = 0; in_elements && i < elements.count; i++) {
-            if (elements.at(i)->order) use(*elements.at(i));
-        }
+        for_each_segment([&](uint64_t first, uint64_t count) {
+            for (rx_var *var = elements.at(first), *end = var + count; var != end; var++) {
+                if (var->order) use(*var);
+            }
+        });
         tails.for_each(use);
     }
     /// The same with the tail of each.
     template <class Use> void for_each_tail(Use use) const {
-        for (uint64_t i = 0; in_elements && i < elements.count; i++) {
+        for (uint64_t i = 0; i < elements.count; i++) {
             if (elements.at(i)->order) use(*elements.at(i), std::to_string(i));
         }
         tails.for_each([&](const rx_var &var) { use(var, std::string(var.name())); });

@@ -354,6 +354,14 @@ bool rx_find_elements(const rx_symbol &symbol) {
     return true;
 }
 
+bool rx_enter_element(const rx_symbol &symbol, rx_var &element) {
+    rx_stem &stem = *symbol.elements->stem;
+    // A sparse stem may hold the number in its table.
+    if (element.order || stem.sparse) return false;
+    stem.enter_element(element);
+    return true;
+}
+
 const rx_value *rx_var_peek(const rx_symbol &symbol) {
     if (refreshes(symbol)) return nullptr;
     if (!symbol.compound()) {

@@ -120,6 +120,9 @@ inline rx_var *rx_var_element(const rx_symbol &symbol) {
     return index < symbol.elements->count ? symbol.elements->at(index) : nullptr;
 }
 
+/// Enters an element that rx_var_element has found and nobody has entered; false when the general way has to be taken.
+bool rx_enter_element(const rx_symbol &symbol, rx_var &element);
+
 /// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.
 void rx_var_assign(const rx_symbol &symbol, rx_value &&value);
 
