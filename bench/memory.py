@@ -14,7 +14,7 @@ KINDS = [
     ("pairs", "two whole numbers as tails"),
 ]
 BYTES_LIMIT = 100  # for each variable with a short value
-DROPPED_LIMIT = 1.1  # times the memory of the largest stem, when several are filled and dropped in turn
+DROPPED_LIMIT = 1.5  # times the memory of the largest stem, when several are filled and dropped in turn
 ONE_LINE_LIMIT = 8  # MiB
 
 COLUMNS = [("memory", 50), ("vandra", 10), ("of", 6), ("lua5.4", 10), ("python3", 10)]
