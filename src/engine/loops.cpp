@@ -127,7 +127,8 @@ struct controlled {
     bool has_to = false, has_for = false;
     rx_var *entry = nullptr; ///< of a simple control variable
     uint32_t generation = 0;
-    bool swift = false; ///< the variable is simple, and the kept value and the step are whole
+    uint64_t serial = 0; ///< of the scope in which the entry was found
+    bool swift = false;  ///< the variable is simple, and the kept value and the step are whole
 };
 
 /// A whole number of at most this size is spelled with nine digits, and so is the next one.
@@ -159,6 +160,7 @@ void remember(controlled &state) {
     rx_var *var = control_of(state).compound() ? nullptr : rx_var_find(control_of(state));
     state.entry = var;
     state.generation = var ? var->generation : 0;
+    state.serial = rx_scope->serial;
     state.swift = var && rx_is_whole(state.current) && rx_is_whole(state.by);
 }
 
@@ -249,11 +251,13 @@ double guarded(double value) {
     }
 }
 
-/// While the variable holds the kept value as a plain whole number, it is of no interest whether it was assigned.
+/// While the variable holds the kept value as a plain whole number, it is of no interest whether it was assigned. (A
+/// PROCEDURE in the body gives its name to another one.)
 inline void step(controlled &state) {
     double next = state.current + state.by;
-    if (state.swift && rx_head_of(state.entry->value) == rx_whole_head && state.entry->value.real == state.current &&
-        std::fabs(next) <= longest_swift && rx_numeric.value.digits >= 9) [[likely]] {
+    if (state.swift && state.serial == rx_scope.value.serial && rx_head_of(state.entry->value) == rx_whole_head &&
+        state.entry->value.real == state.current && std::fabs(next) <= longest_swift && rx_numeric.value.digits >= 9)
+        [[likely]] {
         state.entry->value.real = next;
         state.current = next;
     } else {
@@ -268,8 +272,8 @@ inline void step(controlled &state) {
 /// The body for this round, and for the next ones as long as they can be had the short way.
 rx_flow run_body(controlled &state) {
     const rx_do_clause &loop = state.loop;
-    if (!state.swift || state.by == 0 || state.has_for || state.level || loop.cond_kind != DO_NO_CONDITION ||
-        !loop.body->clause)
+    if (!state.swift || state.serial != rx_scope->serial || state.by == 0 || state.has_for || state.level ||
+        loop.cond_kind != DO_NO_CONDITION || !loop.body->clause)
         return rx_run_clauses(loop.body);
     bool up = state.by > 0;
     double bound = up ? longest_swift : -longest_swift;

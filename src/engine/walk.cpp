@@ -138,12 +138,13 @@ rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds)
     rx_check_stack();
     rx_value &value = rounds.control->value;
     double current = rounds.current;
+    uint64_t serial = rx_scope->serial;
     for (;;) {
         rx_flow flow = run_chain(body);
         double next = current + rounds.by;
         bool goes_on = flow == rx_flow::next && rx_head_of(value) == rx_whole_head && value.real == current &&
                        (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound) && rx_numeric.value.digits >= 9 &&
-                       (rx_settings->trace & TRACE_CLAUSES) == 0;
+                       (rx_settings->trace & TRACE_CLAUSES) == 0 && rx_scope.value.serial == serial;
         if (!goes_on) [[unlikely]] {
             rounds.current = current;
             return flow;
