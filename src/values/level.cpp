@@ -126,6 +126,8 @@ bool keep(rx_level &level) {
         if (stem->key) unset(*stem->key);
     }
     level.promised_order = 0;
+    // What is entered from now on comes behind what the PROCEDURE exposed.
+    level.entered = static_cast<uint32_t>(entries + level.stems.size());
     rx_level &older = *level.older;
     level.next_kept = older.kept;
     older.kept = &level;

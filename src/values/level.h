@@ -90,7 +90,7 @@ struct rx_stem {
     rx_var &enter(std::string_view tail);
     rx_var &enter_key();
     /// Takes the values of all compounds and of the default; exposed entries stay. The entries of a large stem are
-    /// forgotten, so that their memory is free again.
+    /// forgotten, so that their memory is free again; what is assigned later is entered anew.
     void drop_all();
     /// Calls `use` for each segment of elements: its first number and how many there are.
     template <class Use> void for_each_segment(Use use) const {

@@ -261,6 +261,13 @@ rx_var &touched(rx_var &var, bool found) {
     return var;
 }
 
+/// The same for a compound; one that was left over from an earlier call takes its place in the order anew.
+rx_var &touched_compound(rx_stem &stem, rx_var &var) {
+    if (var.marks & RX_LEFT_OVER) [[unlikely]]
+        var.order = ++stem.level->entered;
+    return touched(var, true);
+}
+
 rx_var &simple_entry(rx_level *level, std::string_view name, uint64_t hash) {
     for (;;) {
         rx_var *var = level->find(name, hash);
@@ -285,14 +292,14 @@ rx_var &compound_entry(const rx_symbol &symbol) {
     if (int64_t index = ready_index(symbol); index >= 0) {
         rx_var *var = stem->find(static_cast<uint32_t>(index));
         if (!var) return stem->enter(static_cast<uint32_t>(index));
-        if (var->state != RX_EXPOSED) return touched(*var, true);
+        if (var->state != RX_EXPOSED) return touched_compound(*stem, *var);
     }
     resolved_tails tails;
     resolve_tails(symbol, tails);
     for (;;) {
         rx_var *var = find_tail(*stem, tails);
         if (!var) return enter_tail(*stem, tails);
-        if (var->state != RX_EXPOSED) return touched(*var, true);
+        if (var->state != RX_EXPOSED) return touched_compound(*stem, *var);
         level = rx_owner_of(*var);
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
@@ -532,6 +539,8 @@ void rx_expose(const rx_symbol &symbol) {
     }
     drop_entry(*var);
     var->state = RX_EXPOSED;
+    if (var->marks & RX_LEFT_OVER) var->order = ++level->entered;
+    var->marks = 0;
     rx_set_owner(*var, owner_in(level->older, symbol, tails));
     rx_new_serial();
 }

@@ -115,7 +115,9 @@ inline rx_var *rx_var_element(const rx_symbol &symbol) {
         return nullptr;
     const rx_value &tail = symbol.index->value;
     // More digits than that don't show under NUMERIC DIGITS 9; a negative zero isn't spelled like one.
-    if (rx_head_of(tail) != rx_whole_head || rx_numeric.value.digits < 9 || std::signbit(tail.real)) return nullptr;
+    if (rx_head_of(tail) != rx_whole_head || rx_numeric.value.digits < 9 || std::signbit(tail.real) ||
+        !(tail.real < 1e9))
+        return nullptr;
     auto index = static_cast<uint64_t>(static_cast<int64_t>(tail.real));
     return index < symbol.elements->count ? symbol.elements->at(index) : nullptr;
 }
