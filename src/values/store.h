@@ -1,11 +1,12 @@
 // The variable store.
 //
-// A level is one scope; PROCEDURE pushes one, its routine's return frees it. What a script can observe is a flat table
+// A level is one scope; PROCEDURE pushes one, its routine's return leaves it. What a script can observe is a flat table
 // of entries keyed by their full resolved names, a stem's default being the entry named "A+". What runs is two small
-// open-addressing tables a level: one for simple names, and one for stems, each of which has the entries of its own
-// compounds in a table and, for tails that are whole numbers written plainly (A.1, A.2, ...), in an array as well, so
-// that a loop over a stem neither hashes nor spells its numbers. Entries never move and live as long as their level:
-// symbols cache them together with the serial number of the scope, which changes with every push, pop and EXPOSE.
+// open-addressing tables a level: one for simple names, and one for stems. Each stem has its compounds in a table of its
+// own, but for tails that are whole numbers written plainly (A.1, A.2, ...): those lie side by side by their number, so
+// that a loop over a stem neither hashes nor spells its numbers. Entries never move, and all but those of a large stem
+// that was dropped live as long as their level. Symbols cache those of simple names together with the serial number of
+// the scope, which vouches for what names mean: every push and EXPOSE makes a new one, a pop brings back the older one.
 //
 // An exposed entry (or stem key) only says "look in the next older level". Listings sort by the slot that the name has
 // under `rx_hash_name`, then by order of entry.
