@@ -16,8 +16,8 @@ std::string_view slice_of(std::string_view line, const execio_operands &operands
     return first < line.size() ? line.substr(first, last - first + 1) : std::string_view();
 }
 
-/// What is stored of a line that was read. Which blanks STRIP takes off is seen at the beginning of the whole line, even
-/// where the slice lies further to the right.
+/// What is stored of a line that was read. Which blanks STRIP takes off is seen at the beginning of the whole line,
+/// even where the slice lies further to the right.
 std::string_view kept_of(std::string_view line, const execio_operands &operands) {
     std::string_view slice = slice_of(line, operands);
     if (operands.strip)

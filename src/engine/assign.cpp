@@ -199,8 +199,8 @@ std::string shown_name(const rx_symbol &target) {
     rx_var_store(rx_var_entry(target), rx_value_of(number));
 }
 
-/// Assigns a number that the quick road yields, or a constant: straight into the record of a variable that holds a number
-/// already. False: nothing has happened. (A number isn't pinned, nor are its words remembered: only texts are.)
+/// Assigns a number that the quick road yields, or a constant: straight into the record of a variable that holds a
+/// number already. False: nothing has happened. (A number isn't pinned, nor are its words remembered: only texts are.)
 inline bool store_number(const rx_assign_clause &clause) {
     rx_plain plain;
     if (clause.value->type == OP_NODE) {

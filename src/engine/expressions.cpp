@@ -204,8 +204,8 @@ rx_value dyadic(const rx_expr *node, const rx_op &op, int level) {
 
 // ---- numbers beside calls ------------------------------------------------------------------------------------------
 //
-// Arithmetic and comparison beside calls, like f(x) + 1: each operand goes into registers as soon as it is evaluated, so
-// that nothing is lent that could change.
+// Arithmetic and comparison beside calls, like f(x) + 1: each operand goes into registers as soon as it is evaluated,
+// so that nothing is lent that could change.
 
 /// The number of an operand that can be had at once. With `from_text` that of a text counts, too.
 inline bool ready_number(const rx_operand &operand, bool from_text, rx_plain &plain) {

@@ -125,9 +125,9 @@ private:
 
 // ---- assigning ------------------------------------------------------------------------------------------------------
 
-/// The place of the first such byte in a part of a text, or the part's end. Eight bytes are looked at at once as long as
-/// the text has them: after the exclusive or the byte is a zero, and the subtraction carries out of the first zero into
-/// its highest bit.
+/// The place of the first such byte in a part of a text, or the part's end. Eight bytes are looked at at once as long
+/// as the text has them: after the exclusive or the byte is a zero, and the subtraction carries out of the first zero
+/// into its highest bit.
 [[gnu::always_inline]] inline size_t find_byte(std::string_view text, size_t from, size_t end, char byte) {
     constexpr uint64_t ones = 0x0101010101010101, highest = 0x8080808080808080;
     const uint64_t wanted = ones * static_cast<unsigned char>(byte);
@@ -416,7 +416,8 @@ struct careful_walk {
     }
 };
 
-/// PARSE ARG with one variable for each argument, as most routines begin: whole values, with the numbers that they carry.
+/// PARSE ARG with one variable for each argument, as most routines begin: whole values, with the numbers that they
+/// carry.
 [[gnu::noinline]] void take_arguments(const rx_parse_clause &clause) {
     size_t argument = 0;
     for (const rx_template_item *item = clause.made->items;; item = item->cut + 1, argument++) {

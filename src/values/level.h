@@ -120,9 +120,9 @@ private:
 };
 
 /// A level that its routine has left can be kept for the next call of the routine: the entries stay, unset, and so does
-/// the serial number, so that the caches of symbols are good again at once. That holds as long as the names of the level
-/// below mean the same; it is looked for there, among `kept`, by the number of the PROCEDURE clause and the serial
-/// number of that level.
+/// the serial number, so that the caches of symbols are good again at once. That holds as long as the names of the
+/// level below mean the same; it is looked for there, among `kept`, by the number of the PROCEDURE clause and the
+/// serial number of that level.
 struct rx_level {
     rx_level *older = nullptr;
     uint64_t older_serial = 0; ///< the serial number to go back to with the older level

@@ -50,8 +50,8 @@ void export_to_environment(std::string_view name, const rx_value &value) {
     rx_setenv(name.substr(1), rx_arg_text(value, buffer));
 }
 
-/// What names meant lately, in whatever scope: a symbol itself remembers one scope only, which is of no use to a routine
-/// that calls itself. The serial number of a scope vouches for the entry, as it does in the caches of symbols.
+/// What names meant lately, in whatever scope: a symbol itself remembers one scope only, which is of no use to a
+/// routine that calls itself. The serial number of a scope vouches for the entry, as it does in the caches of symbols.
 template <class T> struct meaning_table {
     struct meaning {
         uint64_t serial = 0, hash = 0;

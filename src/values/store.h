@@ -2,11 +2,12 @@
 //
 // A level is one scope; PROCEDURE pushes one, its routine's return leaves it. What a script can observe is a flat table
 // of entries keyed by their full resolved names, a stem's default being the entry named "A+". What runs is two small
-// open-addressing tables a level: one for simple names, and one for stems. Each stem has its compounds in a table of its
-// own, but for tails that are whole numbers written plainly (A.1, A.2, ...): those lie side by side by their number, so
-// that a loop over a stem neither hashes nor spells its numbers. Entries never move, and all but those of a large stem
-// that was dropped live as long as their level. Symbols cache those of simple names together with the serial number of
-// the scope, which vouches for what names mean: every push and EXPOSE makes a new one, a pop brings back the older one.
+// open-addressing tables a level: one for simple names, and one for stems. Each stem has its compounds in a table of
+// its own, but for tails that are whole numbers written plainly (A.1, A.2, ...): those lie side by side by their
+// number, so that a loop over a stem neither hashes nor spells its numbers. Entries never move, and all but those of a
+// large stem that was dropped live as long as their level. Symbols cache those of simple names together with the serial
+// number of the scope, which vouches for what names mean: every push and EXPOSE makes a new one, a pop brings back the
+// older one.
 //
 // An exposed entry (or stem key) only says "look in the next older level". Listings sort by the slot that the name has
 // under `rx_hash_name`, then by order of entry.
@@ -52,8 +53,8 @@ enum rx_var_mark : uint8_t {
 
 struct rx_level;
 
-/// The entries of a stem by number, where the numbers lie densely enough. They lie in segments that never move, the first
-/// for 16 entries, each further one for as many as there are before it.
+/// The entries of a stem by number, where the numbers lie densely enough. They lie in segments that never move, the
+/// first for 16 entries, each further one for as many as there are before it.
 struct rx_elements {
     static constexpr unsigned segment_count = 27;
     uintptr_t start[segment_count] = {}; ///< where entry 0 would lie if the segment went back that far
@@ -78,7 +79,8 @@ void rx_push_level();
 /// Leaves the newest level; its values are freed.
 void rx_pop_level();
 /// Marks the newest level as that of a PROCEDURE clause that exposes just what its names say: a later call of the same
-/// clause from the same scope may have it back, see rx_push_level_again. `procedure` is the clause's own number, from 1.
+/// clause from the same scope may have it back, see rx_push_level_again. `procedure` is the clause's own number, from
+/// 1.
 void rx_keep_level(uint32_t procedure);
 /// Pushes the level that the clause of that number made in the scope in force before, when it was kept: its names mean
 /// what they meant then, exposed ones included, and all that aren't exposed are unset. False: there is none.
@@ -129,8 +131,8 @@ bool rx_enter_element(const rx_symbol &symbol, rx_var &element);
 /// Stores a value under a symbol, resolving its tails. A whole stem drops its entries first.
 void rx_var_assign(const rx_symbol &symbol, rx_value &&value);
 
-/// Assigns a whole number to a simple symbol that is rarely read: where the level in force has no entry for it, the entry
-/// is made when somebody looks for it.
+/// Assigns a whole number to a simple symbol that is rarely read: where the level in force has no entry for it, the
+/// entry is made when somebody looks for it.
 void rx_var_promise(const rx_symbol &symbol, double whole);
 
 /// The entry that an assignment to the symbol goes to. One that was there has its generation raised, a missing one is

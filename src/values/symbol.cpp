@@ -6,8 +6,8 @@
 #include <cstring>
 
 uint64_t rx_lookup_hash(std::string_view name) {
-    // Eight bytes at a time, each folded in by a multiplication and a shift that brings the high bits down. All of these
-    // steps can be undone, so nothing is lost of a name of at most eight bytes.
+    // Eight bytes at a time, each folded in by a multiplication and a shift that brings the high bits down. All of
+    // these steps can be undone, so nothing is lost of a name of at most eight bytes.
     constexpr uint64_t factor = 0x9E3779B97F4A7C15u;
     uint64_t hash = name.size() * factor;
     const char *at = name.data();

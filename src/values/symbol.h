@@ -36,8 +36,8 @@ struct rx_symbol {
     mutable uint64_t serial = 0;
     mutable rx_var *var = nullptr;         ///< simple symbols, valid for `serial`
     mutable rx_stem *stem_entry = nullptr; ///< compound symbols, valid for `serial`
-    /// Compound symbols with a single tail whose variable was found: that variable and the stem's entries by number, both
-    /// valid as long as the scope has this serial number.
+    /// Compound symbols with a single tail whose variable was found: that variable and the stem's entries by number,
+    /// both valid as long as the scope has this serial number.
     mutable const rx_var *index = nullptr;
     mutable const rx_elements *elements = nullptr;
     mutable uint64_t elements_serial = 0;

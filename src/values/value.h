@@ -14,9 +14,9 @@
 // forget the number.
 //
 // A number, a short text, a constant and a variable read thus never allocate. Text is bytes, NUL may occur anywhere,
-// and there is always one more NUL behind the last byte. The record is move-only and owns its text, with one
-// exception: a `borrowed` text belongs to the arena of a program tree, or to another record. Only literals in a tree and
-// the arguments of a built-in are borrowed; a copy always owns its text, so that a value outlives where it came from.
+// and there is always one more NUL behind the last byte. The record is move-only and owns its text, with one exception:
+// a `borrowed` text belongs to the arena of a program tree, or to another record. Only literals in a tree and the
+// arguments of a built-in are borrowed; a copy always owns its text, so that a value outlives where it came from.
 //
 // The third kind, none, stands where other systems would have a null pointer: an omitted argument, a routine that
 // returned nothing.
