@@ -32,5 +32,23 @@ while [ $i -lt 5000 ]; do
     echo "$i of the lines of a file that isn't read for its contents"
     i=$((i + 1))
 done >"$place/lines"
+i=0
+while [ $i -lt 1500 ]; do
+    echo "/* A piece of a long program. */
+value$i = $i * 2 + length('line $i')
+if value$i > 100 & symbol('TOTAL') = 'VAR' then do
+    total = total + value$i   /* sums up */
+    table.$i.size = max(value$i, total - 17.5)
+end
+else say 'step' $i \"has value\" value$i || '.'
+do i = 1 to 10 by 2 while total < 1e6
+    name.i = substr('abcdefgh', i, 2) left(value$i, 8)
+end"
+    i=$((i + 1))
+done >"$place/pieces"
+{ echo exit; cat "$place/pieces"; } >"$place/load.vnd"
+"$vandra" "$place/load.vnd"
+"$(dirname "$vandra")/vcmp" -o "$place/load.vn" "$place/load.vnd" >"$place/output"
+"$vandra" "$place/load.vn"
 LINES_FILE=$place/lines train lines
 LINES_FILE=$place/lines train execio
