@@ -150,9 +150,10 @@ bool exposes_the_same(const rx_expr *names) {
     if (shown.skip || rx_walk->call_depth <= 1) return;
     bool first = !rx_walk->procedure;
     if (first) {
+        bool again = clause.level_number && rx_push_level_again(clause.level_number);
+        if (!again) rx_push_level();
         rx_walk->procedure = true;
-        if (clause.level_number && rx_push_level_again(clause.level_number)) return;
-        rx_push_level();
+        if (again) return;
     }
     for_each_name(clause.names, true, rx_expose);
     if (first && exposes_the_same(clause.names)) {

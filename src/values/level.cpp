@@ -114,9 +114,20 @@ void discard(rx_level *level) {
     spare_count++;
 }
 
+/// Of the levels kept for a scope, discards the one that was left longest ago.
+void discard_oldest_kept(rx_level &level) {
+    rx_level **link = &level.kept;
+    while ((*link)->next_kept) link = &(*link)->next_kept;
+    rx_level *oldest = *link;
+    *link = nullptr;
+    level.kept_count--;
+    all_kept--;
+    discard(oldest);
+}
+
 /// Keeps the level that is being left, if it may be.
 bool keep(rx_level &level) {
-    if (level.procedure == 0 || all_kept == most_kept || level.older->kept_count == most_kept_here) return false;
+    if (level.procedure == 0 || all_kept == most_kept) return false;
     size_t entries = level.entries.size();
     for (auto &stem : level.stems) entries += stem->in_elements + stem->tails.used;
     if (entries > most_entries_kept || level.arena.blocks() > most_blocks_kept) return false;
@@ -129,6 +140,7 @@ bool keep(rx_level &level) {
     // What is entered from now on comes behind what the PROCEDURE exposed.
     level.entered = static_cast<uint32_t>(entries + level.stems.size());
     rx_level &older = *level.older;
+    if (older.kept_count == most_kept_here) discard_oldest_kept(older);
     level.next_kept = older.kept;
     older.kept = &level;
     older.kept_count++;
