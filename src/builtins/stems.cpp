@@ -16,8 +16,7 @@ void bu_stem::point_at(size_t index) {
     number_.value = spelled_alike ? rx_number(static_cast<double>(index), 0, 1) : rx_string(std::to_string(index));
     rx_tail &tail = symbol_->tails[symbol_->tail_count - 1];
     tail.constant = false;
-    tail.var = &number_;
-    tail.serial = rx_scope->serial;
+    tail.lent = &number_;
 }
 
 const rx_value *bu_stem::get(size_t index) {

@@ -41,10 +41,11 @@ inline bool append_one(const rx_assign_clause &clause) {
     rx_error.column = op.b.node->column;
     rx_number_buffer buffer;
     std::string_view text = rx_arg_text(*piece, buffer);
-    rx_value &record = rx_var_writable(*target.var);
+    rx_var &var = *rx_var_met(target);
+    rx_value &record = rx_var_writable(var);
     if (op.fn->id == FX_BL) rx_append(record, " ");
     rx_append(record, text);
-    target.var->generation++;
+    var.generation++;
     return true;
 }
 
@@ -188,9 +189,15 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
-/// A number for a variable that holds none yet. `element` is what rx_var_element has found of a compound.
+/// A number for a variable that holds one: it isn't pinned, nor are its words remembered, for only texts are.
+inline void replace_number(rx_var &var, rx_plain number) {
+    rx_put_plain(var.value, number);
+    var.generation++;
+}
+
+/// A number for a compound that holds none yet. `element` is what rx_var_element has found.
 [[gnu::noinline]] void store_first(const rx_symbol &target, rx_var *element, rx_plain number) {
-    if (target.compound() && element && rx_enter_element(target, *element)) {
+    if (element && rx_enter_element(target, *element)) {
         rx_put_plain(element->value, number);
         element->state = RX_SET;
         return;
@@ -200,7 +207,7 @@ std::string shown_name(const rx_symbol &target) {
 }
 
 /// Assigns a number that the quick road yields, or a constant: straight into the record of a variable that holds a
-/// number already. False: nothing has happened. (A number isn't pinned, nor are its words remembered: only texts are.)
+/// number already. False: nothing has happened.
 inline bool store_number(const rx_assign_clause &clause) {
     rx_plain plain;
     if (clause.value->type == OP_NODE) {
@@ -209,16 +216,18 @@ inline bool store_number(const rx_assign_clause &clause) {
         plain = rx_plain_of(*clause.value->literal->number);
     }
     const rx_symbol &target = *clause.target->symbol;
-    rx_var *var = nullptr;
-    if (target.compound())
-        var = rx_var_element(target);
-    else if (target.serial == rx_scope.value.serial)
-        var = target.var;
-    if (var && var->value.is_number()) [[likely]] {
-        rx_put_plain(var->value, plain);
-        var->generation++;
+    if (!target.compound()) {
+        rx_var &var = *rx_scope.value.row[target.place].var();
+        if (!var.value.is_number()) [[unlikely]]
+            rx_var_store(rx_var_entry(target), rx_value_of(plain));
+        else
+            replace_number(var, plain);
     } else {
-        store_first(target, var, plain);
+        rx_var *element = rx_var_element(target);
+        if (!element || !element->value.is_number()) [[unlikely]]
+            store_first(target, element, plain);
+        else
+            replace_number(*element, plain);
     }
     return true;
 }
@@ -251,9 +260,9 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
         rx_number_buffer buffer;
         rx_trace_assignment(level, shown_name(target), rx_arg_text(value, buffer));
     }
-    if (target.serial == rx_scope->serial && target.var) {
-        target.var->generation++;
-        return rx_var_store(*target.var, std::move(value));
+    if (rx_var *var = rx_var_met(target)) {
+        var->generation++;
+        return rx_var_store(*var, std::move(value));
     }
     rx_var_assign(target, std::move(value));
 }

@@ -216,13 +216,12 @@ long long place_of(step cut, long long number, long long last_match) {
 /// Notes the entries of all variables; false when one isn't known.
 [[gnu::noinline]] bool find_entries(rx_template &made) {
     made.serial = 0;
-    uint64_t serial = rx_scope->serial;
     for (rx_template_item *item = made.items; item->step != step::end; item++) {
         if (item->step != step::variable) continue;
-        item->var = item->symbol->serial == serial ? item->symbol->var : nullptr;
+        item->var = rx_var_met(*item->symbol);
         if (!item->var) return false;
     }
-    made.serial = serial;
+    made.serial = rx_scope->serial;
     return true;
 }
 

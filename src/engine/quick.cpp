@@ -59,13 +59,10 @@ template <operand_kind kind> [[gnu::always_inline]] inline rx_plain load(const r
     }
     if constexpr (kind == on_variable) {
         const auto &symbol = *static_cast<const rx_symbol *>(operand.ready);
-        if (symbol.serial == rx_scope.value.serial) [[likely]] {
-            const rx_value &value = symbol.var->value; // of kind none unless it is set
-            if (value.is_number()) [[likely]]
-                return rx_plain_of(value);
-            if (value.carries_number()) return {value.carried.number, rx_whole_head};
-        }
-        return load_symbol(symbol);
+        const rx_value &value = rx_var_glance(symbol);
+        if (value.is_number()) [[likely]]
+            return rx_plain_of(value);
+        return value.carries_number() ? rx_plain{value.carried.number, rx_whole_head} : load_symbol(symbol);
     }
 }
 

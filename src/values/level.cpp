@@ -5,6 +5,8 @@
 #include "values/numbers.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdlib>
 #include <new>
 
 namespace {
@@ -45,8 +47,54 @@ int64_t rx_plain_index(const rx_value &number) {
     return digits >= 9 || real < powers[digits] ? index : -1;
 }
 
+namespace {
+
+/// Bytes that the rows of all levels take. A recursion that goes so deep that they come to this goes on without rows.
+constinit size_t row_bytes = 0;
+constexpr size_t most_row_bytes = size_t{64} << 20;
+
+/// Makes the row of a level the one in force; it must reach as far as places were given out.
+void use_row(rx_level &level) {
+    if (level.row_size >= rx_next_place) [[likely]]
+        rx_scope->row = level.row;
+    else
+        level.lengthen_row();
+}
+
+} // namespace
+
+rx_level::~rx_level() {
+    row_bytes -= row_size * sizeof(rx_meaning);
+    std::free(row);
+}
+
+/// Makes the row of the level in force reach as far as needed; false when it has none afterwards.
+bool rx_level::lengthen_row() {
+    uint32_t size = std::bit_ceil(std::max(rx_next_place, 8U));
+    size_t more = (size - row_size) * sizeof(rx_meaning);
+    auto *longer = row_bytes + more > most_row_bytes
+                       ? nullptr
+                       : static_cast<rx_meaning *>(std::realloc(row, size * sizeof(rx_meaning)));
+    if (!longer) {
+        row_bytes -= row_size * sizeof(rx_meaning);
+        std::free(row);
+        row = nullptr;
+        row_size = row_used = 0;
+        static const std::vector<rx_meaning> empty(rx_most_places);
+        rx_scope->row = empty.data();
+        return false;
+    }
+    std::fill(longer + row_size, longer + size, rx_meaning());
+    row_bytes += more;
+    row = longer;
+    row_size = size;
+    rx_scope->row = row;
+    return true;
+}
+
 void rx_new_serial() {
     rx_scope->serial = ++last_serial;
+    rx_scope->level->empty_row();
 }
 
 void rx_push_level() {
@@ -60,6 +108,7 @@ void rx_push_level() {
     level->older = rx_scope->level;
     level->older_serial = rx_scope->serial;
     rx_scope->level = level;
+    use_row(*level);
     rx_new_serial();
 }
 
@@ -156,6 +205,8 @@ void rx_pop_level() {
     // Names mean again what they meant before, so caches that were filled then are good again.
     rx_scope->level = level->older;
     rx_scope->serial = level->older_serial;
+    if (level->older) [[likely]]
+        use_row(*level->older);
     if (!keep(*level)) discard(level);
 }
 
@@ -173,6 +224,7 @@ bool rx_push_level_again(uint32_t procedure) {
         all_kept--;
         rx_scope->level = level;
         rx_scope->serial = level->serial;
+        use_row(*level);
         return true;
     }
     return false;
@@ -235,7 +287,7 @@ rx_var *rx_stem::find(std::string_view tail) const {
 
 rx_var &rx_stem::enter(uint32_t index) {
     if (index >= elements.count) {
-        if (index > in_elements * 2 + 64) {
+        if (index > in_elements * 2 + 64 || index >= rx_elements::most) {
             sparse = true;
             return enter(std::string_view(rx_int_text(index)));
         }

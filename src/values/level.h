@@ -3,6 +3,7 @@
 
 #include "values/store.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -138,6 +139,26 @@ struct rx_level {
     std::vector<std::unique_ptr<rx_stem>> stems;
     uint32_t entered = 0; ///< entries made so far
 
+    rx_meaning *row = nullptr; ///< what names mean here, by their places; null: the level has no row of its own
+    uint32_t row_size = 0;
+    uint32_t row_used = 0; ///< places from here on hold nothing
+
+    rx_level() = default;
+    rx_level(const rx_level &) = delete;
+    rx_level &operator=(const rx_level &) = delete;
+    ~rx_level();
+
+    /// Notes a meaning at a place that a name has; only for the level in force.
+    void note(uint32_t place, rx_meaning meaning) {
+        if (place >= row_size && !lengthen_row()) return;
+        row[place] = meaning;
+        if (place >= row_used) row_used = place + 1;
+    }
+    void empty_row() {
+        std::fill(row, row + row_used, rx_meaning());
+        row_used = 0;
+    }
+
     /// A number assigned to a simple name that has no entry here yet (see rx_var_promise): the entry is made when
     /// somebody looks for it. Null, or no place in the order of entry: nothing is promised.
     const rx_symbol *promised = nullptr;
@@ -150,6 +171,7 @@ struct rx_level {
         return names.find(hash, [&](const rx_var &var) { return rx_same_name(var.name(), name); });
     }
     void keep_promise();
+    bool lengthen_row();
     rx_stem *find_stem(std::string_view name, uint64_t hash) const {
         return stem_table.find(hash, [&](const rx_stem &stem) { return rx_same_name(stem.name, name); });
     }

@@ -50,35 +50,19 @@ void export_to_environment(std::string_view name, const rx_value &value) {
     rx_setenv(name.substr(1), rx_arg_text(value, buffer));
 }
 
-/// What names meant lately, in whatever scope: a symbol itself remembers one scope only, which is of no use to a
-/// routine that calls itself. The serial number of a scope vouches for the entry, as it does in the caches of symbols.
-template <class T> struct meaning_table {
-    struct meaning {
-        uint64_t serial = 0, hash = 0;
-        T *item = nullptr;
-    };
-    static constexpr size_t size = 512;
-    meaning meanings[size];
+/// Notes in the row of the level in force what a name means, once the name has a place.
+void note_meaning(uint32_t &place, std::string_view name, bool stem, void *found) {
+    if (place < RX_PLACELESS) place = place == RX_SEEN_ONCE ? rx_place_of(name, stem) : RX_SEEN_ONCE;
+    if (place >= RX_FIRST_PLACE) rx_scope->level->note(place, {found});
+}
 
-    meaning &at(uint64_t hash) {
-        // Serial numbers follow one another, and hashes are well mixed: their sum spreads both.
-        return meanings[(hash + rx_scope.value.serial * 37) % size];
-    }
-    template <class Same> T *find(uint64_t hash, Same same) {
-        const meaning &found = at(hash);
-        return found.serial == rx_scope.value.serial && found.hash == hash && same(*found.item) ? found.item : nullptr;
-    }
-    void enter(uint64_t hash, T *item) { at(hash) = {rx_scope.value.serial, hash, item}; }
-};
-constinit meaning_table<rx_var> meant_variables;
-constinit meaning_table<rx_stem> meant_stems;
-
-[[gnu::noinline]] rx_var *search_simple(std::string_view name, uint64_t hash) {
+/// The owner of a simple name as a read sees it, or null, where the row doesn't tell.
+[[gnu::noinline]] rx_var *search_simple(std::string_view name, uint64_t hash, uint32_t &place) {
     for (rx_level *level = rx_scope->level; level;) {
         rx_var *var = level->find(name, hash);
         if (!var) return nullptr;
         if (var->state != RX_EXPOSED) {
-            meant_variables.enter(hash, var);
+            note_meaning(place, name, false, var);
             return var;
         }
         level = rx_owner_of(*var);
@@ -86,33 +70,28 @@ constinit meaning_table<rx_stem> meant_stems;
     return nullptr;
 }
 
-/// The owner of a simple name as a read sees it, or null.
-inline rx_var *find_simple(std::string_view name, uint64_t hash) {
-    rx_var *var = meant_variables.find(hash, [&](const rx_var &meant) { return rx_same_name(meant.name(), name); });
-    return var ? var : search_simple(name, hash);
+inline rx_var *find_simple(const rx_symbol &symbol) {
+    rx_var *var = rx_var_met(symbol);
+    return var ? var : search_simple(symbol.name, symbol.hash, symbol.place);
 }
 
-inline rx_var *find_simple(const rx_symbol &symbol) {
-    if (symbol.serial == rx_scope->serial && symbol.var) return symbol.var;
-    rx_var *var = find_simple(symbol.name, symbol.hash);
-    if (var && !symbol.environment) {
-        symbol.serial = rx_scope->serial;
-        symbol.var = var;
+/// The value of a tail that the row doesn't know.
+[[gnu::noinline]] const rx_value *search_tail(const rx_tail &tail) {
+    if (tail.constant) return nullptr;
+    if (tail.lent) return &tail.lent->value;
+    if (tail.text.size() >= 2 && tail.text[0] == '$') {
+        tail.place = RX_PLACELESS;
+        if (rx_modes->env_mode == RX_SETENV) refresh_from_environment(tail.text);
     }
-    return var;
+    const rx_var *var = search_simple(tail.text, tail.hash, tail.place);
+    return var && var->state == RX_SET ? &var->value : nullptr;
 }
 
 /// The value of a tail as a simple symbol: lent, or null when it stands for itself.
-const rx_value *tail_value(const rx_tail &tail) {
-    if (tail.constant) return nullptr;
-    if (tail.serial == rx_scope->serial && tail.var && tail.var->state == RX_SET) return &tail.var->value;
-    if (tail.text.size() >= 2 && tail.text[0] == '$' && rx_modes->env_mode == RX_SETENV)
-        refresh_from_environment(tail.text);
-    rx_var *var = find_simple(tail.text, tail.hash);
-    if (!var || var->state != RX_SET) return nullptr;
-    tail.serial = rx_scope->serial;
-    tail.var = var;
-    return &var->value;
+inline const rx_value *tail_value(const rx_tail &tail) {
+    rx_meaning meaning = rx_scope->row[tail.place];
+    if (!meaning.met()) return search_tail(tail);
+    return meaning.var()->state == RX_SET ? &meaning.var()->value : nullptr;
 }
 
 /// The tails of a compound with their values, joined by dots: what follows the stem's dot in the resolved name.
@@ -136,22 +115,13 @@ rx_stem *find_stem(rx_level *&level, std::string_view stem_name, uint64_t hash) 
 }
 
 rx_stem *owner_stem(const rx_symbol &symbol, rx_level *&level) {
-    if (symbol.serial == rx_scope->serial && symbol.stem_entry) {
-        level = symbol.stem_entry->level;
-        return symbol.stem_entry;
+    if (rx_meaning meaning = rx_scope->row[symbol.stem_place]; meaning.met()) [[likely]] {
+        level = meaning.elements()->stem->level;
+        return meaning.elements()->stem;
     }
-    auto same = [&](const rx_stem &stem) { return rx_same_name(stem.name, symbol.stem); };
-    rx_stem *stem = meant_stems.find(symbol.stem_hash, same);
-    if (stem) {
-        level = stem->level;
-    } else {
-        level = rx_scope->level;
-        stem = find_stem(level, symbol.stem, symbol.stem_hash);
-        if (!stem) return nullptr;
-        meant_stems.enter(symbol.stem_hash, stem);
-    }
-    symbol.serial = rx_scope->serial;
-    symbol.stem_entry = stem;
+    level = rx_scope->level;
+    rx_stem *stem = find_stem(level, symbol.stem, symbol.stem_hash);
+    if (stem) note_meaning(symbol.stem_place, symbol.stem, true, &stem->elements);
     return stem;
 }
 
@@ -182,9 +152,8 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 
 /// The plain whole number that the only tail of a compound holds, when that can be had without making a text; else -1.
 inline int64_t ready_index(const rx_symbol &symbol) {
-    if (symbol.elements_serial != rx_scope->serial && !rx_find_elements(symbol)) return -1;
-    const rx_value &tail = symbol.index->value;
-    return tail.is_number() ? rx_plain_index(tail) : -1;
+    const rx_value *tail = rx_var_index(symbol);
+    return tail && tail->is_number() ? rx_plain_index(*tail) : -1;
 }
 
 rx_var *find_tail(const rx_stem &stem, const resolved_tails &tails) {
@@ -282,8 +251,7 @@ rx_var &compound_entry(const rx_symbol &symbol) {
     rx_stem *stem = owner_stem(symbol, level);
     if (!stem) {
         stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
-        symbol.serial = rx_scope->serial;
-        symbol.stem_entry = stem;
+        note_meaning(symbol.stem_place, symbol.stem, true, &stem->elements);
     }
     if (symbol.whole_stem) {
         bool found = stem->key != nullptr;
@@ -323,6 +291,7 @@ struct written_symbol {
 
 rx_resolved_symbol::rx_resolved_symbol(std::string_view name) {
     symbol.name = name;
+    symbol.place = symbol.stem_place = symbol.index_place = RX_PLACELESS;
     symbol.bad_name = name.empty() || name[0] == '.' || rx_is_digit(name[0]);
     symbol.environment = name.size() >= 2 && name[0] == '$';
     size_t dot = name.find('.');
@@ -348,21 +317,26 @@ const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read h
     return var && var->state == RX_SET ? var->value : uninitialised(symbol.name, scratch, how);
 }
 
-bool rx_find_elements(const rx_symbol &symbol) {
-    if (symbol.tail_count != 1 || symbol.whole_stem) return false;
+const rx_value *rx_find_elements(const rx_symbol &symbol) {
+    if (symbol.tail_count != 1 || symbol.whole_stem || symbol.environment) return nullptr;
     const rx_tail &tail = symbol.tails[0];
-    if (tail.constant || tail.text[0] == '$' || !tail_value(tail)) return false;
+    const rx_value *value = tail_value(tail);
     rx_level *level;
-    const rx_stem *stem = owner_stem(symbol, level);
-    if (!stem) return false;
-    symbol.index = tail.var;
-    symbol.elements = &stem->elements;
-    symbol.elements_serial = rx_scope->serial;
-    return true;
+    if (!value || !owner_stem(symbol, level)) return nullptr;
+    // Both are noted only when both names have places.
+    symbol.index_place = tail.place;
+    const rx_meaning *row = rx_scope->row;
+    return row[symbol.index_place].met() && row[symbol.stem_place].met() ? value : nullptr;
+}
+
+rx_var *rx_find_element(const rx_symbol &symbol) {
+    const rx_meaning *row = rx_scope->row;
+    if (row[symbol.index_place].met() && row[symbol.stem_place].met()) return nullptr;
+    return rx_find_elements(symbol) ? rx_var_element(symbol) : nullptr;
 }
 
 bool rx_enter_element(const rx_symbol &symbol, rx_var &element) {
-    rx_stem &stem = *symbol.elements->stem;
+    rx_stem &stem = *rx_scope->row[symbol.stem_place].elements()->stem;
     // A sparse stem may hold the number in its table.
     if (element.order || stem.sparse) return false;
     stem.enter_element(element);
@@ -380,7 +354,7 @@ const rx_value *rx_var_peek(const rx_symbol &symbol) {
         return key && key->state == RX_SET ? &key->value : nullptr;
     }
     if (int64_t index = ready_index(symbol); index >= 0) {
-        const rx_stem &stem = *symbol.elements->stem;
+        const rx_stem &stem = *rx_scope->row[symbol.stem_place].elements()->stem;
         const rx_var *var = nullptr;
         if (static_cast<uint64_t>(index) < stem.elements.count) var = stem.elements.at(static_cast<uint64_t>(index));
         if (var && var->state == RX_SET) return &var->value;
@@ -404,15 +378,9 @@ rx_var *rx_var_find(const rx_symbol &symbol) {
 
 rx_var &rx_var_entry(const rx_symbol &symbol) {
     if (symbol.compound()) return compound_entry(symbol);
-    if (symbol.serial == rx_scope->serial && symbol.var) return touched(*symbol.var, true);
-    if (!symbol.environment) {
-        if (rx_var *var = find_simple(symbol)) return touched(*var, true);
-    }
+    if (rx_var *var = find_simple(symbol)) return touched(*var, true);
     rx_var &var = simple_entry(rx_scope->level, symbol.name, symbol.hash);
-    if (!symbol.environment) {
-        symbol.serial = rx_scope->serial;
-        symbol.var = &var;
-    }
+    note_meaning(symbol.place, symbol.name, false, &var);
     return var;
 }
 

@@ -5,9 +5,9 @@
 // open-addressing tables a level: one for simple names, and one for stems. Each stem has its compounds in a table of
 // its own, but for tails that are whole numbers written plainly (A.1, A.2, ...): those lie side by side by their
 // number, so that a loop over a stem neither hashes nor spells its numbers. Entries never move, and all but those of a
-// large stem that was dropped live as long as their level. Symbols cache those of simple names together with the serial
-// number of the scope, which vouches for what names mean: every push and EXPOSE makes a new one, a pop brings back the
-// older one.
+// large stem that was dropped live as long as their level. What names mean is found once for each level and noted in
+// its row, at the place of the name (values/symbol.h). Other caches are valid for one serial number of the scope: every
+// push and EXPOSE makes a new one and empties the row, a pop brings back the older ones.
 //
 // An exposed entry (or stem key) only says "look in the next older level". Listings sort by the slot that the name has
 // under `rx_hash_name`, then by order of entry.
@@ -22,6 +22,7 @@
 #include "values/symbol.h"
 #include "values/value.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -52,11 +53,13 @@ enum rx_var_mark : uint8_t {
 };
 
 struct rx_level;
+struct rx_stem;
 
 /// The entries of a stem by number, where the numbers lie densely enough. They lie in segments that never move, the
 /// first for 16 entries, each further one for as many as there are before it.
 struct rx_elements {
-    static constexpr unsigned segment_count = 27;
+    static constexpr unsigned segment_count = 26;
+    static constexpr uint64_t most = uint64_t{16} << (segment_count - 1); ///< numbers below can be had; nine digits
     uintptr_t start[segment_count] = {}; ///< where entry 0 would lie if the segment went back that far
     uint64_t count = 0;                  ///< numbers below have a record here, perhaps one that nobody has entered
     rx_stem *stem = nullptr;             ///< whose they are
@@ -67,10 +70,25 @@ struct rx_elements {
     }
 };
 
+/// What a name means that wasn't found yet: taken for a variable, one that is unset; for the entries of a stem, none.
+/// Who only reads thus needs no test.
+alignas(rx_elements) inline constinit unsigned char rx_unmet[std::max(sizeof(rx_var), sizeof(rx_elements))] = {};
+
+/// What a name means in a level: the variable of a simple name, or the entries of a stem. Exposed names have been
+/// followed to their owner.
+struct rx_meaning {
+    void *found = rx_unmet;
+
+    bool met() const { return found != rx_unmet; }
+    rx_var *var() const { return static_cast<rx_var *>(found); }
+    rx_elements *elements() const { return static_cast<rx_elements *>(found); }
+};
+
 /// The scope in force. `serial` is unique for every change of what names mean.
 struct rx_scope_record {
     rx_level *level = nullptr;
     uint64_t serial = 0;
+    const rx_meaning *row = nullptr; ///< the level's, with an element for every place that was given out
 };
 inline rx_run_local<rx_scope_record> rx_scope;
 
@@ -104,25 +122,47 @@ const rx_value *rx_var_peek(const rx_symbol &symbol);
 /// The value of a simple symbol that was found before and is still set; null says nothing. Symbols that reach the
 /// process environment are never found this way.
 inline const rx_value *rx_var_cached(const rx_symbol &symbol) {
-    return symbol.serial == rx_scope.value.serial && symbol.var && symbol.var->state == RX_SET ? &symbol.var->value
-                                                                                               : nullptr;
+    const rx_var *var = rx_scope.value.row[symbol.place].var();
+    return var->state == RX_SET ? &var->value : nullptr;
 }
 
-/// Prepares a compound symbol for rx_var_element; false when its only tail isn't a variable that is there.
-bool rx_find_elements(const rx_symbol &symbol);
+/// The entry of a simple symbol that was found before, perhaps unset; null says nothing.
+inline rx_var *rx_var_met(const rx_symbol &symbol) {
+    rx_meaning meaning = rx_scope.value.row[symbol.place];
+    return meaning.met() ? meaning.var() : nullptr;
+}
+
+/// The value of a simple symbol for a look: of kind none when the symbol is unset, or wasn't found before.
+inline const rx_value &rx_var_glance(const rx_symbol &symbol) {
+    return rx_scope.value.row[symbol.place].var()->value;
+}
+
+/// Finds what rx_var_element needs of a compound symbol; null when its only tail isn't a variable that is there.
+const rx_value *rx_find_elements(const rx_symbol &symbol);
+
+/// The value of the only tail of a compound symbol, where that is a variable; else null.
+inline const rx_value *rx_var_index(const rx_symbol &symbol) {
+    const rx_meaning *row = rx_scope.value.row;
+    rx_meaning index = row[symbol.index_place];
+    return index.met() && row[symbol.stem_place].met() ? &index.var()->value : rx_find_elements(symbol);
+}
+
+/// The same entry where the row doesn't tell yet what the names mean.
+rx_var *rx_find_element(const rx_symbol &symbol);
 
 /// The entry of a compound whose only tail is a variable with a plain whole number, found without spelling it; null
 /// says nothing. The entry may be unset, exposed or not entered yet: its value is of kind none then.
 inline rx_var *rx_var_element(const rx_symbol &symbol) {
-    if (symbol.elements_serial != rx_scope.value.serial && !rx_find_elements(symbol)) [[unlikely]]
-        return nullptr;
-    const rx_value &tail = symbol.index->value;
-    // More digits than that don't show under NUMERIC DIGITS 9; a negative zero isn't spelled like one.
-    if (rx_head_of(tail) != rx_whole_head || rx_numeric.value.digits < 9 || std::signbit(tail.real) ||
-        !(tail.real < 1e9))
-        return nullptr;
-    auto index = static_cast<uint64_t>(static_cast<int64_t>(tail.real));
-    return index < symbol.elements->count ? symbol.elements->at(index) : nullptr;
+    const rx_meaning *row = rx_scope.value.row;
+    const rx_value &tail = row[symbol.index_place].var()->value;
+    // Ten digits don't show under NUMERIC DIGITS 9, but no element has so many; a negative zero isn't spelled like one.
+    if (rx_head_of(tail) == rx_whole_head && rx_numeric.value.digits >= 9 && !std::signbit(tail.real)) [[likely]] {
+        auto index = static_cast<uint64_t>(static_cast<int64_t>(tail.real));
+        const rx_elements &elements = *row[symbol.stem_place].elements();
+        if (index < elements.count) [[likely]]
+            return elements.at(index);
+    }
+    return rx_find_element(symbol);
 }
 
 /// Enters an element that rx_var_element has found and nobody has entered; false when the general way has to be taken.

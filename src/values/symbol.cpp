@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
+#include <string>
 
 uint64_t rx_lookup_hash(std::string_view name) {
     // Eight bytes at a time, each folded in by a multiplication and a shift that brings the high bits down. All of
@@ -24,11 +26,23 @@ uint64_t rx_lookup_hash(std::string_view name) {
     return hash ^ hash >> 32;
 }
 
+uint32_t rx_place_of(std::string_view name, bool stem) {
+    static std::map<std::string, uint32_t, std::less<>> places[2];
+    auto &known = places[stem];
+    auto found = known.find(name);
+    if (found != known.end()) return found->second;
+    if (rx_next_place == rx_most_places) return RX_PLACELESS;
+    known.emplace(name, rx_next_place);
+    return rx_next_place++;
+}
+
 rx_symbol *rx_parse_tails(rx_arena &arena, std::string_view name) {
     rx_symbol *symbol = arena.make<rx_symbol>();
     symbol->name = name;
     symbol->hash = rx_lookup_hash(name);
     symbol->environment = name.size() >= 2 && name[0] == '$';
+    // Such a name is looked up in the process environment, too.
+    if (symbol->environment) symbol->place = RX_PLACELESS;
     symbol->bad_name = !name.empty() && (name[0] == '.' || rx_is_digit(name[0]));
     size_t dot = name.find('.');
     if (dot == std::string_view::npos) return symbol;

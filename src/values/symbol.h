@@ -2,8 +2,12 @@
 //
 // A symbol's name is split once, when the tree is built, into the parts at its dots, and the hashes of all parts are
 // kept with it. `A.I.3` has the tails "A" (the stem), "I" and "3"; its stem key is "A+", a name that no symbol can
-// have, under which the stem's default value is stored. Besides, the record holds caches that are invisible from
-// outside: the entry found last, valid for one serial number of the variable store.
+// have, under which the stem's default value is stored.
+//
+// A name that a program uses more than once gets a place: a number that is the same wherever the process meets the
+// name again. A level of variables has a row with what the names at the places mean there (values/store.h), so that a
+// symbol finds its variable by one index, in whichever call of a routine it stands. Places are few; names that come
+// when all are taken are looked up by their hashes.
 #pragma once
 
 #include "base/arena.h"
@@ -11,16 +15,29 @@
 #include <cstdint>
 #include <string_view>
 
+/// Places that stand for no name: nothing is ever noted there.
+enum rx_no_place : uint32_t {
+    RX_NEW_NAME = 0,  ///< never looked up
+    RX_SEEN_ONCE = 1, ///< what is looked up once, as in most interpreted texts, needs no place
+    RX_PLACELESS = 2, ///< for good
+    RX_FIRST_PLACE = 3,
+};
+constexpr uint32_t rx_most_places = 1024;
+
+/// The place that is given out next.
+inline constinit uint32_t rx_next_place = RX_FIRST_PLACE;
+
+/// The place of a simple name, or of a stem (then with `stem`); RX_PLACELESS when all are taken.
+uint32_t rx_place_of(std::string_view name, bool stem);
+
 struct rx_var;
-struct rx_stem;
-struct rx_elements;
 
 struct rx_tail {
     std::string_view text;
     uint64_t hash = 0;
     bool constant = false; ///< empty or beginning with a digit: always stands for itself
-    mutable uint64_t serial = 0;
-    mutable rx_var *var = nullptr;
+    mutable uint32_t place = RX_NEW_NAME;
+    const rx_var *lent = nullptr; ///< stands for the tail instead of a variable of that name
 };
 
 struct rx_symbol {
@@ -30,17 +47,12 @@ struct rx_symbol {
     uint64_t stem_hash = 0;
     rx_tail *tails = nullptr; ///< parts behind the first dot; null for a simple symbol
     uint32_t tail_count = 0;
-    bool whole_stem = false;  ///< `A.`: the stem itself
-    bool environment = false; ///< begins with "$" and has two characters at least
-    bool bad_name = false;    ///< begins with "." or a digit: can't be assigned
-    mutable uint64_t serial = 0;
-    mutable rx_var *var = nullptr;         ///< simple symbols, valid for `serial`
-    mutable rx_stem *stem_entry = nullptr; ///< compound symbols, valid for `serial`
-    /// Compound symbols with a single tail whose variable was found: that variable and the stem's entries by number,
-    /// both valid as long as the scope has this serial number.
-    mutable const rx_var *index = nullptr;
-    mutable const rx_elements *elements = nullptr;
-    mutable uint64_t elements_serial = 0;
+    bool whole_stem = false;                    ///< `A.`: the stem itself
+    bool environment = false;                   ///< begins with "$" and has two characters at least
+    bool bad_name = false;                      ///< begins with "." or a digit: can't be assigned
+    mutable uint32_t place = RX_NEW_NAME;       ///< of a simple symbol
+    mutable uint32_t stem_place = RX_NEW_NAME;  ///< of a compound's stem
+    mutable uint32_t index_place = RX_NEW_NAME; ///< of a compound's only tail, once it was found to be a variable
 
     bool compound() const { return tails != nullptr; }
 };
