@@ -55,7 +55,7 @@ inline bool lend(const rx_expr *node, rx_value *place) {
 inline void bu_args::evaluate() {
     size_t i = 0;
     const rx_expr *node = list;
-    if (names_ == 0 && rx_call_level.value == 0) {
+    if (names_ == 0 && rx_routine.value.call_level == 0) {
         while (node && lend(node, &values[i])) {
             node = node->next;
             i++;
@@ -68,7 +68,7 @@ inline void bu_args::evaluate() {
 
 /// Evaluates the arguments from number `i` on, of which some must be run.
 [[gnu::noinline]] void bu_args::run(const rx_expr *node, size_t i) {
-    int level = *rx_call_level;
+    int level = rx_routine->call_level;
     for (; node; node = node->next, i++) {
         if (node->type == VIDE || (i < 32 && (names_ >> i & 1))) continue;
         if (level == 0 && lend(node, &values[i])) continue;

@@ -14,7 +14,7 @@ rx_value command_word(size_t n) {
 
 /// Argument n of the routine, empty when there is none.
 rx_value routine_argument(size_t n) {
-    return n >= 1 && n <= rx_args->count ? rx_copy_value(rx_args->args[n - 1].text) : rx_string({});
+    return n >= 1 && n <= rx_routine->arg_count ? rx_copy_value(rx_routine->args[n - 1].text) : rx_string({});
 }
 
 } // namespace
@@ -30,25 +30,25 @@ rx_value bu_arg(const rx_expr *list) {
     // arg(1) and its like are the commonest calls of all: a constant needs no checks.
     if (list && !list->next && list->type == STRING && list->literal->number) {
         double n = list->literal->number->real;
-        if (n >= 1 && n <= static_cast<double>(rx_args->count) && rx_is_whole(n))
+        if (n >= 1 && n <= static_cast<double>(rx_routine->arg_count) && rx_is_whole(n))
             return routine_argument(static_cast<size_t>(n));
     }
     bu_args args(list, "ARG");
     args.expect(1, 2, 0, "must receive 1 or 2 arguments.");
     if (!args.given(0)) {
         if (args.given(1)) args.fail(0, "first argument missing.");
-        return bu_count(rx_args->count);
+        return bu_count(rx_routine->arg_count);
     }
     size_t n = static_cast<size_t>(
         args.whole(0, BU_CAPPED, 0, "argument 1 must be an integer", "argument 1 must be a positive integer"));
     if (!args.given(1)) return n == 0 ? command_word(0) : routine_argument(n);
     if (args.text(1).size() > 1) args.fail(1, "argument 2 must be \"e\" or \"o\"");
-    bool exists = n >= 1 && n <= rx_args->count && !rx_args->args[n - 1].omitted;
+    bool exists = n >= 1 && n <= rx_routine->arg_count && !rx_routine->args[n - 1].omitted;
     switch (args.option(1, 0)) {
     case 'e': return bu_number(exists);
     case 'o': return bu_number(!exists);
     case 'c': return command_word(n);
-    case 'x': return n == 0 || rx_walk->nesting == 1 ? command_word(n) : routine_argument(n);
+    case 'x': return n == 0 || rx_routine->nesting == 1 ? command_word(n) : routine_argument(n);
     default: args.fail(1, "argument 2 must be \"e\", \"o\" , \"c\" or \"x\"");
     }
 }

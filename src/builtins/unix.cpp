@@ -299,7 +299,7 @@ rx_value bu_getpid(const rx_expr *list) {
 /// Example: ismain() -> 1
 rx_value bu_ismain(const rx_expr *list) {
     bu_args(list, "ISMAIN").expect_none("does not take any argument.");
-    return bu_number(rx_walk->nesting == 1);
+    return bu_number(rx_routine->nesting == 1);
 }
 
 namespace {

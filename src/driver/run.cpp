@@ -183,7 +183,8 @@ int run_script(const run_request &request) {
     std::string script = rx_find_script(split.script);
     size_t count;
     std::vector<rx_arg> args = main_arguments(request, split.rest, count);
-    *rx_args = {args.data(), count};
+    rx_routine->args = args.data();
+    rx_routine->arg_count = count;
     *bu_command_words = rx_run_depth == 1 && !rx_command_words.empty() ? rx_command_words : words_of(split);
 
     std::unique_ptr<rx_program> own;

@@ -9,6 +9,11 @@
 #include <new>
 #include <set>
 
+void rx_keep_settings() {
+    std::optional<rx_kept_settings> *kept = rx_routine->kept;
+    if (kept && !*kept) *kept = {rx_settings.value, *rx_numeric, *rx_condition_text};
+}
+
 const std::string *rx_intern(std::string_view name) {
     static std::set<std::string, std::less<>> names;
     auto found = names.find(name);
@@ -84,45 +89,37 @@ void evaluate_arguments(const rx_expr *list, rx_arg *args, int level) {
 /// What a call changes and its end restores, however it ends. Made when the arguments are evaluated already: an error
 /// in an argument belongs to the caller.
 struct call_frame {
-    std::optional<rx_settings_record> settings; ///< those of the caller, once the routine has changed one
-    std::optional<rx_settings_record> *settings_of_caller = *rx_settings_of_caller;
-    rx_numeric_settings numeric = *rx_numeric;
-    rx_args_record args = *rx_args;
-    std::unique_ptr<std::string> condition_text; ///< null for an empty one, which is nearly always so
-    std::string_view interpreted_text = *rx_interpreted_text;
-    unsigned interpret_depth = rx_walk->interpret_depth;
-    unsigned call_depth = rx_walk->call_depth;
-    bool procedure = rx_walk->procedure;
-    int nesting = rx_walk->nesting;
-    int call_level = *rx_call_level;
+    rx_routine_record caller = *rx_routine;
+    std::optional<rx_kept_settings> kept; ///< the caller's settings, once the routine has changed one
     char *stack_limit = rx_stack_limit;
 
-    call_frame() {
-        *rx_settings_of_caller = &settings;
-        if (!rx_condition_text->empty()) condition_text = std::make_unique<std::string>(*rx_condition_text);
+    call_frame(rx_arg *args, size_t count) {
+        rx_routine_record &routine = *rx_routine;
+        routine.args = args;
+        routine.arg_count = count;
+        routine.interpreted_text = {};
+        routine.kept = &kept;
+        routine.interpret_depth = 0;
+        routine.call_depth++;
+        routine.nesting++;
+        routine.procedure = false;
     }
     call_frame(const call_frame &) = delete;
     call_frame &operator=(const call_frame &) = delete;
     ~call_frame() {
-        if (rx_walk->procedure) rx_pop_level();
-        if (settings) [[unlikely]] {
-            settings->trace |= rx_settings->trace & TRACE_DEBUGGER;
-            rx_settings.value = *settings;
-        }
-        *rx_settings_of_caller = settings_of_caller;
-        *rx_numeric = numeric;
-        *rx_args = args;
-        if (condition_text)
-            *rx_condition_text = std::move(*condition_text);
-        else if (!rx_condition_text->empty())
-            rx_condition_text->clear();
-        *rx_interpreted_text = interpreted_text;
-        rx_walk->interpret_depth = interpret_depth;
-        rx_walk->call_depth = call_depth;
-        rx_walk->procedure = procedure;
-        rx_walk->nesting = nesting;
-        *rx_call_level = call_level;
+        if (rx_routine->procedure) rx_pop_level();
+        if (kept) [[unlikely]]
+            restore_settings();
+        *rx_routine = caller;
         rx_stack_limit = stack_limit;
+    }
+
+private:
+    [[gnu::noinline]] void restore_settings() {
+        kept->settings.trace |= rx_settings->trace & TRACE_DEBUGGER;
+        rx_settings.value = kept->settings;
+        *rx_numeric = kept->numeric;
+        rx_condition_text.value = std::move(kept->condition_text);
     }
 };
 
@@ -133,14 +130,8 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
 
     rx_flow flow;
     {
-        call_frame frame;
-        rx_walk->procedure = false;
-        *rx_args = {area.args, area.count};
-        *rx_interpreted_text = {};
+        call_frame frame(area.args, area.count);
         rx_walk->result = rx_value();
-        rx_walk->interpret_depth = 0;
-        rx_walk->call_depth++;
-        rx_walk->nesting++;
         const rx_clause_cell *start = label.cell;
         if ((rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F)) == 0) {
             // Nothing of the label's own clause would be seen.
@@ -208,14 +199,14 @@ bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
 
 [[gnu::noinline]] rx_value call_handler(const rx_op &call, resolved_kind kind, int level) {
     struct call_state {
-        int level = *rx_call_level;
+        int level = rx_routine->call_level;
         std::string_view name = rx_called_name;
         ~call_state() {
-            *rx_call_level = level;
+            rx_routine->call_level = level;
             rx_called_name = name;
         }
     } before;
-    *rx_call_level = level;
+    rx_routine->call_level = level;
     rx_called_name = call.name->text;
     if (kind == RESOLVED_BUILTIN) return reinterpret_cast<rx_handler>(const_cast<void *>(call.target))(call.args);
     const auto *row = static_cast<const rx_extra_function *>(call.target);
@@ -255,7 +246,7 @@ namespace {
 rx_value rx_invoke(const rx_op *call, int level) {
     // A built-in that was called before, while nobody traces.
     bool built_in = call->target && call->target_serial == ((*rx_program_now)->serial << 2 | RESOLVED_BUILTIN);
-    if (built_in && level == 0 && rx_call_level.value == 0) [[likely]] {
+    if (built_in && level == 0 && rx_routine.value.call_level == 0) [[likely]] {
         struct called_name {
             std::string_view before = rx_called_name;
             ~called_name() { rx_called_name = before; }

@@ -66,7 +66,7 @@ void call_on(int condition) {
 /// rx_raise calls this; it comes back only when SYNTAX isn't trapped.
 void syntax_trap(int number, const std::string *extra) {
     // A typed line counts as interpreted, what its routines run doesn't.
-    rx_raised_in_interpret = rx_walk->interpret_depth != 0;
+    rx_raised_in_interpret = rx_routine->interpret_depth != 0;
     if (state_of(RX_SYNTAX) == RX_TRAP_OFF) return;
     set_state(RX_SYNTAX, RX_TRAP_OFF);
     if (number == 5) rx_open_stack_reserve();
@@ -87,7 +87,7 @@ void novalue(std::string_view name) {
     rx_set_sigl(rx_error.line);
     int before = rx_settings->condition;
     rx_change_settings().condition = RX_NOVALUE;
-    *rx_condition_text = name;
+    rx_change_condition_text() = name;
     if (state_of(RX_NOVALUE) == RX_TRAP_CALL) {
         rx_write(message);
         call_on(RX_NOVALUE);
@@ -119,7 +119,7 @@ void aim(std::string_view name, unsigned line, unsigned column) {
     if (!label) rx_raise_at(line, column, 16, "\"" + std::string(name) + "\" is missing.");
     rx_walk->signal_target = label->cell;
     rx_walk->signal_frame = label->frame;
-    rx_walk->nesting = 1;
+    rx_routine->nesting = 1;
 }
 
 } // namespace
@@ -157,7 +157,7 @@ void rx_trap(int condition, const std::string *description, unsigned sigl_line) 
     rx_set_sigl(sigl_line);
     int before = rx_settings->condition;
     rx_change_settings().condition = condition;
-    if (description) *rx_condition_text = *description;
+    if (description) rx_change_condition_text() = *description;
     if (state_of(condition) == RX_TRAP_CALL) {
         call_on(condition);
         rx_change_settings().condition = before;
@@ -192,8 +192,8 @@ void rx_halt_poll() {
     rx_error.number = 4;
     rx_error.has_extra = false;
     rx_error.extra.clear();
-    if (rx_walk->interpret_depth)
-        rx_report_interpreted(*rx_interpreted_text, rx_error.line, rx_error.column, armed(RX_SYNTAX));
+    if (rx_routine->interpret_depth)
+        rx_report_interpreted(rx_routine->interpreted_text, rx_error.line, rx_error.column, armed(RX_SYNTAX));
     else
         rx_report(**rx_program_now, rx_error.line, rx_error.column, armed(RX_SYNTAX));
     rx_exit_run(4);

@@ -39,18 +39,11 @@ struct rx_walk_record {
     const rx_clause_cell *signal_target = nullptr;
     const rx_build_frame *signal_frame = nullptr; ///< the enclosing chain of the target
     rx_value result;                              ///< what a RETURN hands over
-    unsigned interpret_depth = 0;                 ///< a string of INTERPRET runs
     unsigned interactive = 0;                     ///< a line typed at the trace prompt runs
-    int nesting = 1;                              ///< 1 in the main program
-    unsigned call_depth = 1;
-    bool procedure = false;    ///< PROCEDURE has run in this routine
-    unsigned command_line = 0; ///< position of the last host command
+    unsigned command_line = 0;                    ///< position of the last host command
     unsigned command_column = 0;
 };
 inline rx_run_local<rx_walk_record> rx_walk;
-
-/// The text that runs under INTERPRET, for reports and trace lines.
-inline rx_run_local<std::string_view> rx_interpreted_text;
 
 /// The program in force; the driver sets it.
 inline rx_run_local<rx_program *> rx_program_now;
@@ -90,18 +83,28 @@ struct rx_settings_record {
 };
 inline rx_run_local<rx_settings_record, const rx_settings_record> rx_settings;
 
-/// Where the running routine keeps the settings of its caller once it has changed one; null in the main program.
-inline rx_run_local<std::optional<rx_settings_record> *> rx_settings_of_caller;
+/// Description of the condition in hand; saved and restored with the settings.
+inline rx_run_local<std::string, const std::string> rx_condition_text;
 
-/// The settings, to be changed.
+/// The settings of a caller, put aside by a routine that changes one. Those of NUMERIC are among them.
+struct rx_kept_settings {
+    rx_settings_record settings;
+    rx_numeric_settings numeric;
+    std::string condition_text;
+};
+
+/// To be called ahead of any change: puts the settings of the caller aside, unless that has been done.
+void rx_keep_settings();
+
+/// The settings and the description, to be changed.
 inline rx_settings_record &rx_change_settings() {
-    std::optional<rx_settings_record> *caller = *rx_settings_of_caller;
-    if (caller && !*caller) *caller = rx_settings.value;
+    rx_keep_settings();
     return rx_settings.value;
 }
-
-/// Description of the condition in hand; saved and restored with the settings.
-inline rx_run_local<std::string> rx_condition_text;
+inline std::string &rx_change_condition_text() {
+    rx_keep_settings();
+    return rx_condition_text.value;
+}
 
 /// A process-wide copy of a name that is never freed, one for each spelling.
 const std::string *rx_intern(std::string_view name);
@@ -112,12 +115,19 @@ struct rx_arg {
     bool omitted = false;
 };
 
-/// The arguments of the running routine. `count` may be 0.
-struct rx_args_record {
+/// What the running routine has for itself. That of its caller comes back when it ends.
+struct rx_routine_record {
     rx_arg *args = nullptr;
-    size_t count = 0;
+    size_t arg_count = 0;
+    std::string_view interpreted_text{};            ///< the text that runs under INTERPRET, for reports and trace lines
+    std::optional<rx_kept_settings> *kept = nullptr; ///< where the settings of the caller go; null in the main program
+    unsigned interpret_depth = 0;                   ///< a string of INTERPRET runs
+    unsigned call_depth = 1;
+    int nesting = 1;        ///< 1 in the main program
+    int call_level = 0;     ///< trace level in force for the built-in being called
+    bool procedure = false; ///< PROCEDURE has run
 };
-inline rx_run_local<rx_args_record> rx_args;
+inline rx_run_local<rx_routine_record> rx_routine;
 
 // ---- trace ---------------------------------------------------------------------------------------------------------
 
@@ -128,9 +138,6 @@ enum rx_trace_bits : unsigned {
     TRACE_CLAUSES = TRACE_I | TRACE_R | TRACE_S | TRACE_A
 };
 // clang-format on
-
-/// Trace level in force for the built-in being called.
-inline rx_run_local<int> rx_call_level;
 
 // ---- the system's own variables -------------------------------------------------------------------------------------
 

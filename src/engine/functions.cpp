@@ -78,7 +78,7 @@ void rx_eval_args(const rx_expr *list, rx_arguments &arguments) {
     for (const rx_expr *node = list; node; node = node->next) count++;
     if (count > arguments.few.size()) arguments.more.resize(count);
     arguments.count = count;
-    int level = *rx_call_level;
+    int level = rx_routine->call_level;
     size_t i = 0;
     for (const rx_expr *node = list; node; node = node->next, i++) {
         if (node->type != VIDE) arguments[i] = do_exec(node, level);

@@ -175,7 +175,7 @@ void raise_condition(unsigned line, int code) {
     const rx_program &program = **rx_program_now;
     bool main_source = &rx_entry_of(program, line) == program.entries.data();
     rx_trap(condition, nullptr, main_source && line >= program.rc_lines ? line - program.rc_lines : line);
-    rx_condition_text->clear();
+    rx_change_condition_text().clear();
 }
 
 /// Runs the command once its clause was shown.
@@ -205,7 +205,7 @@ void run_clause(const rx_expr *expr, int environment, unsigned line, bool echo, 
         rx_set_code(RX_RC_D, code);
         return;
     }
-    *rx_condition_text = value.text();
+    rx_change_condition_text() = value.text();
     rx_set_code(RX_RC, code);
     if (code) raise_condition(line, code);
 }

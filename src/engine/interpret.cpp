@@ -9,17 +9,17 @@ namespace {
 
 /// The text in force and the depth of interpreting, put back however the fragment ends.
 struct fragment_state {
-    std::string_view text = *rx_interpreted_text;
-    unsigned depth = rx_walk->interpret_depth;
+    std::string_view text = rx_routine->interpreted_text;
+    unsigned depth = rx_routine->interpret_depth;
 
     explicit fragment_state(std::string_view now) {
-        *rx_interpreted_text = now;
-        rx_walk->interpret_depth++;
+        rx_routine->interpreted_text = now;
+        rx_routine->interpret_depth++;
     }
     ~fragment_state() { end(); }
     void end() {
-        *rx_interpreted_text = text;
-        rx_walk->interpret_depth = depth;
+        rx_routine->interpreted_text = text;
+        rx_routine->interpret_depth = depth;
     }
 };
 
@@ -38,7 +38,7 @@ bool rx_run_fragment(std::string_view text, rx_flow &flow) {
         rx_error.number = scanned.error;
         rx_error.has_extra = false;
         rx_report_interpreted(text, scanned.error_line, scanned.error_column, syntax_trapped());
-        *rx_condition_text = text;
+        rx_change_condition_text() = text;
         return false;
     }
     // Labels of a fragment are entered in a table of their own, which nobody asks.

@@ -77,7 +77,7 @@ struct parsed_text {
 
     /// Moves on to the next argument of the routine; behind the last one there are empty texts.
     void next_argument() {
-        text = argument_ < rx_args->count ? rx_args->args[argument_].text.text() : std::string_view();
+        text = argument_ < rx_routine->arg_count ? rx_routine->args[argument_].text.text() : std::string_view();
         argument_++;
     }
 
@@ -421,8 +421,8 @@ struct careful_walk {
     size_t argument = 0;
     for (const rx_template_item *item = clause.made->items;; item = item->cut + 1, argument++) {
         if (item->step == step::variable) {
-            bool there = argument < rx_args->count;
-            rx_value value = there ? rx_copy_value(rx_args->args[argument].text) : rx_string("");
+            bool there = argument < rx_routine->arg_count;
+            rx_value value = there ? rx_copy_value(rx_routine->args[argument].text) : rx_string("");
             if (clause.upper) rx_upper(rx_bytes(value), value.length);
             rx_var_store(rx_var_entry(*item->symbol), std::move(value));
         }

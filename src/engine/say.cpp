@@ -75,7 +75,7 @@ rx_flow rx_exit(const rx_expr_clause &clause) {
 }
 
 [[gnu::noinline]] rx_flow rx_return(const rx_expr_clause &clause) {
-    if (rx_walk->call_depth <= 1) return rx_exit(clause);
+    if (rx_routine->call_depth <= 1) return rx_exit(clause);
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return rx_flow::next;
     rx_plain plain;
@@ -147,12 +147,12 @@ bool exposes_the_same(const rx_expr *names) {
 
 [[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
-    if (shown.skip || rx_walk->call_depth <= 1) return;
-    bool first = !rx_walk->procedure;
+    if (shown.skip || rx_routine->call_depth <= 1) return;
+    bool first = !rx_routine->procedure;
     if (first) {
         bool again = clause.level_number && rx_push_level_again(clause.level_number);
         if (!again) rx_push_level();
-        rx_walk->procedure = true;
+        rx_routine->procedure = true;
         if (again) return;
     }
     for_each_name(clause.names, true, rx_expose);
@@ -173,6 +173,7 @@ void rx_numeric_instruction(const rx_numeric_clause &clause) {
         rx_error.line = clause.expr->line;
         rx_error.column = clause.expr->column;
     }
+    rx_keep_settings();
     switch (clause.form) {
     case NUMERIC_DIGITS: rx_numeric_digits(value); break;
     case NUMERIC_SCIENTIFIC: rx_numeric->form = 0; break;

@@ -154,25 +154,25 @@ rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds)
 }
 
 rx_flow rx_run_block(const rx_clause_cell *cell, const rx_build_frame *frame) {
-    int nesting = rx_walk->nesting;
+    int nesting = rx_routine->nesting;
     for (;;) {
         rx_flow flow;
         try {
             flow = run_outwards(cell, frame);
             bool loop_exit = flow == rx_flow::leave || flow == rx_flow::iterate;
-            if (loop_exit && !rx_walk->interpret_depth && !rx_walk->interactive) rx_raise(28);
+            if (loop_exit && !rx_routine->interpret_depth && !rx_walk->interactive) rx_raise(28);
         } catch (const rx_jmp_signal &) {
             flow = rx_flow::signalled;
         } catch (const rx_jmp_return &) {
             flow = rx_flow::returned;
         }
-        if (flow == rx_flow::signalled && !rx_walk->interpret_depth && !rx_walk->interactive) {
+        if (flow == rx_flow::signalled && !rx_routine->interpret_depth && !rx_walk->interactive) {
             rx_close_stack_reserve();
             cell = rx_walk->signal_target;
             frame = rx_walk->signal_frame;
             continue;
         }
-        rx_walk->nesting = nesting;
+        rx_routine->nesting = nesting;
         return flow;
     }
 }
