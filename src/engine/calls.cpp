@@ -241,21 +241,7 @@ namespace {
     return true;
 }
 
-} // namespace
-
-rx_value rx_invoke(const rx_op *call, int level) {
-    // A built-in that was called before, while nobody traces.
-    bool built_in = call->target && call->target_serial == ((*rx_program_now)->serial << 2 | RESOLVED_BUILTIN);
-    if (built_in && level == 0 && rx_routine.value.call_level == 0) [[likely]] {
-        struct called_name {
-            std::string_view before = rx_called_name;
-            ~called_name() { rx_called_name = before; }
-        } name;
-        rx_error.line = call->name->line;
-        rx_error.column = call->name->column;
-        rx_called_name = call->name->text;
-        return reinterpret_cast<rx_handler>(const_cast<void *>(call->target))(call->args);
-    }
+[[gnu::noinline]] rx_value invoke_with_care(const rx_op *call, int level) {
     resolved_kind kind;
     if (!cached(*call, kind) && !resolve(*call, false, kind)) [[unlikely]] {
         if (rx_value result; !load_routine(*call, kind, result, level)) return result;
@@ -265,6 +251,34 @@ rx_value rx_invoke(const rx_op *call, int level) {
     rx_value result = kind == RESOLVED_LABEL ? call_label(*call, level) : call_handler(*call, kind, level);
     if (level) rx_trace_function(level, call->name->text, result);
     return result;
+}
+
+/// A built-in that is known, while nobody traces.
+inline rx_value call_handler_swiftly(const rx_op &call) {
+    struct called_name {
+        std::string_view before = rx_called_name;
+        ~called_name() { rx_called_name = before; }
+    } name;
+    rx_error.line = call.name->line;
+    rx_error.column = call.name->column;
+    rx_called_name = call.name->text;
+    return reinterpret_cast<rx_handler>(const_cast<void *>(call.target))(call.args);
+}
+
+} // namespace
+
+rx_value rx_invoke(const rx_op *call, int level) {
+    // What was called before, while nobody traces.
+    if (call->target && level == 0) [[likely]] {
+        uint64_t kind = call->target_serial - ((*rx_program_now)->serial << 2);
+        if (kind == RESOLVED_LABEL) {
+            rx_error.line = call->name->line;
+            rx_error.column = call->name->column;
+            return call_label(*call, 0);
+        }
+        if (kind == RESOLVED_BUILTIN && rx_routine.value.call_level == 0) return call_handler_swiftly(*call);
+    }
+    return invoke_with_care(call, level);
 }
 
 void rx_call_handler(std::string_view name) {

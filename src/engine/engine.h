@@ -119,9 +119,9 @@ struct rx_arg {
 struct rx_routine_record {
     rx_arg *args = nullptr;
     size_t arg_count = 0;
-    std::string_view interpreted_text{};            ///< the text that runs under INTERPRET, for reports and trace lines
+    std::string_view interpreted_text{}; ///< the text that runs under INTERPRET, for reports and trace lines
     std::optional<rx_kept_settings> *kept = nullptr; ///< where the settings of the caller go; null in the main program
-    unsigned interpret_depth = 0;                   ///< a string of INTERPRET runs
+    unsigned interpret_depth = 0;                    ///< a string of INTERPRET runs
     unsigned call_depth = 1;
     int nesting = 1;        ///< 1 in the main program
     int call_level = 0;     ///< trace level in force for the built-in being called

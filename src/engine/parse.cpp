@@ -421,10 +421,11 @@ struct careful_walk {
     size_t argument = 0;
     for (const rx_template_item *item = clause.made->items;; item = item->cut + 1, argument++) {
         if (item->step == step::variable) {
-            bool there = argument < rx_routine->arg_count;
-            rx_value value = there ? rx_copy_value(rx_routine->args[argument].text) : rx_string("");
-            if (clause.upper) rx_upper(rx_bytes(value), value.length);
-            rx_var_store(rx_var_entry(*item->symbol), std::move(value));
+            rx_var &var = rx_var_entry(*item->symbol);
+            rx_value &record = rx_var_writable(var);
+            record = argument < rx_routine->arg_count ? rx_copy_value(rx_routine->args[argument].text) : rx_string({});
+            var.state = RX_SET;
+            if (clause.upper) rx_upper(rx_bytes(record), record.length);
         }
         if (item->cut->step == step::end) return;
     }

@@ -39,7 +39,8 @@ rx_plain rx_quick_compute(rx_operator_id id, rx_plain a, rx_plain b);
 /// ARG isn't known to be the built-in, or there is no such argument.
 inline const rx_value *rx_quick_argument(const rx_op &call) {
     uint32_t n = call.argument;
-    if (n == 0 || n > rx_routine.value.arg_count || call.target_serial >> 2 != rx_program_now.value->serial) return nullptr;
+    if (n == 0 || n > rx_routine.value.arg_count || call.target_serial >> 2 != rx_program_now.value->serial)
+        return nullptr;
     return &rx_routine.value.args[n - 1].text;
 }
 

@@ -145,15 +145,12 @@ bool exposes_the_same(const rx_expr *names) {
 
 } // namespace
 
-[[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
-    rx_shown shown = rx_show_clause(&clause);
-    if (shown.skip || rx_routine->call_depth <= 1) return;
-    bool first = !rx_routine->procedure;
+namespace {
+
+[[gnu::noinline]] void make_level(const rx_names_clause &clause, bool first) {
     if (first) {
-        bool again = clause.level_number && rx_push_level_again(clause.level_number);
-        if (!again) rx_push_level();
+        rx_push_level();
         rx_routine->procedure = true;
-        if (again) return;
     }
     for_each_name(clause.names, true, rx_expose);
     if (first && exposes_the_same(clause.names)) {
@@ -161,6 +158,18 @@ bool exposes_the_same(const rx_expr *names) {
         if (!clause.level_number) clause.level_number = ++last_number;
         rx_keep_level(clause.level_number);
     }
+}
+
+} // namespace
+
+[[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
+    rx_shown shown = rx_show_clause(&clause);
+    if (shown.skip || rx_routine->call_depth <= 1) return;
+    bool first = !rx_routine->procedure;
+    if (first && clause.level_number && rx_push_level_again(clause.level_number)) [[likely]]
+        rx_routine->procedure = true;
+    else
+        make_level(clause, first);
 }
 
 void rx_numeric_instruction(const rx_numeric_clause &clause) {

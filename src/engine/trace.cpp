@@ -38,7 +38,8 @@ struct shown_line {
 };
 
 shown_line show_source(unsigned line) {
-    if (rx_routine->interpret_depth) return {"*interpreted*  *-* " + std::string(rx_routine->interpreted_text), interpreted_level};
+    if (rx_routine->interpret_depth)
+        return {"*interpreted*  *-* " + std::string(rx_routine->interpreted_text), interpreted_level};
     const rx_program &program = **rx_program_now;
     const rx_source_entry &entry = rx_entry_of(program, line);
     bool first_unit = &entry == program.entries.data();

@@ -123,20 +123,32 @@ constexpr size_t most_blocks_kept = 3;
 
 void unset(rx_var &var) {
     if (var.state == RX_EXPOSED) return;
-    if (var.state == RX_SET) var.value = rx_value();
+    if (var.state == RX_SET) {
+        var.value.~rx_value();
+        new (&var.value) rx_value;
+    }
     var.state = RX_DROPPED;
     var.marks = RX_LEFT_OVER;
 }
 
 void discard(rx_level *level);
 
+/// Takes a kept level out of the list that it is in.
+void take_out(rx_level &level) {
+    rx_level &older = *level.older;
+    rx_level **link = &older.kept;
+    while (*link != &level) link = &(*link)->next_kept;
+    *link = level.next_kept;
+    older.kept_count--;
+    all_kept--;
+    level.is_kept = false;
+}
+
 void discard_kept(rx_level &level) {
     while (rx_level *kept = level.kept) {
-        level.kept = kept->next_kept;
-        all_kept--;
+        take_out(*kept);
         discard(kept);
     }
-    level.kept_count = 0;
 }
 
 /// Empties a level; it becomes a spare one or is freed.
@@ -150,6 +162,7 @@ void discard(rx_level *level) {
     level->stems.clear();
     level->promised = nullptr;
     level->procedure = 0;
+    level->entered_kept = 0;
     level->names.clear();
     level->stem_table.clear();
     level->arena.reset();
@@ -163,37 +176,50 @@ void discard(rx_level *level) {
     spare_count++;
 }
 
-/// Of the levels kept for a scope, discards the one that was left longest ago.
-void discard_oldest_kept(rx_level &level) {
-    rx_level **link = &level.kept;
-    while ((*link)->next_kept) link = &(*link)->next_kept;
-    rx_level *oldest = *link;
-    *link = nullptr;
-    level.kept_count--;
-    all_kept--;
-    discard(oldest);
-}
-
-/// Keeps the level that is being left, if it may be.
-bool keep(rx_level &level) {
+/// Puts a level that was left for the first time in the list of those kept; false when there is no room.
+bool put_in(rx_level &level) {
     if (level.procedure == 0 || all_kept == most_kept) return false;
-    size_t entries = level.entries.size();
-    for (auto &stem : level.stems) entries += stem->in_elements + stem->tails.used;
-    if (entries > most_entries_kept || level.arena.blocks() > most_blocks_kept) return false;
-    for (rx_var *var : level.entries) unset(*var);
-    for (auto &stem : level.stems) {
-        stem->for_each(unset);
-        if (stem->key) unset(*stem->key);
-    }
-    level.promised_order = 0;
-    // What is entered from now on comes behind what the PROCEDURE exposed.
-    level.entered = static_cast<uint32_t>(entries + level.stems.size());
     rx_level &older = *level.older;
-    if (older.kept_count == most_kept_here) discard_oldest_kept(older);
+    if (older.kept_count == most_kept_here) {
+        // The one used longest ago goes. None is in force, for this level is the only one right above the older one.
+        rx_level *oldest = older.kept;
+        while (oldest->next_kept) oldest = oldest->next_kept;
+        take_out(*oldest);
+        discard(oldest);
+    }
     level.next_kept = older.kept;
     older.kept = &level;
     older.kept_count++;
     all_kept++;
+    level.is_kept = true;
+    return true;
+}
+
+/// True when a level isn't too large to be kept. Tells what its next call finds as the number of entries made.
+bool is_small(rx_level &level) {
+    size_t entries = level.entries.size();
+    for (auto &stem : level.stems) entries += stem->in_elements + stem->tails.used;
+    // What is entered from now on comes behind what the PROCEDURE exposed.
+    level.entered_kept = static_cast<uint32_t>(entries + level.stems.size());
+    return entries <= most_entries_kept && level.arena.blocks() <= most_blocks_kept;
+}
+
+/// Keeps the level that is being left, if it may be.
+bool keep(rx_level &level) {
+    // Nearly always the last call has entered nothing, but for a promise.
+    bool nothing_new = level.entered - (level.promised_order != 0) == level.entered_kept;
+    bool small = (nothing_new && level.is_kept) || is_small(level);
+    if (!small || level.procedure == 0 || (!level.is_kept && !put_in(level))) {
+        if (level.is_kept) take_out(level);
+        return false;
+    }
+    for (rx_var *var : level.entries) unset(*var);
+    for (auto &stem : level.stems) {
+        if (stem->elements.count || stem->tails.used) stem->for_each(unset);
+        if (stem->key) unset(*stem->key);
+    }
+    level.promised_order = 0;
+    level.entered = level.entered_kept;
     return true;
 }
 
@@ -216,12 +242,15 @@ void rx_keep_level(uint32_t procedure) {
 
 bool rx_push_level_again(uint32_t procedure) {
     rx_level &older = *rx_scope->level;
-    for (rx_level **link = &older.kept; *link; link = &(*link)->next_kept) {
-        rx_level *level = *link;
+    rx_level *before = nullptr;
+    for (rx_level *level = older.kept; level; before = level, level = level->next_kept) {
         if (level->procedure != procedure || level->older_serial != rx_scope->serial) continue;
-        *link = level->next_kept;
-        older.kept_count--;
-        all_kept--;
+        if (before) [[unlikely]] {
+            // The list begins with those used last.
+            before->next_kept = level->next_kept;
+            level->next_kept = older.kept;
+            older.kept = level;
+        }
         rx_scope->level = level;
         rx_scope->serial = level->serial;
         use_row(*level);
@@ -261,7 +290,7 @@ void rx_level::keep_promise() {
     if (!promised_order) return;
     rx_var &var = enter(symbol.name, symbol.hash);
     entered--; // its place in the order was taken when the promise was made
-    var.order = promised_order;
+    var.order = std::exchange(promised_order, 0);
     rx_var_store(var, rx_value_of({promised_number, rx_whole_head}));
 }
 

@@ -120,17 +120,19 @@ private:
     void forget_all();
 };
 
-/// A level that its routine has left can be kept for the next call of the routine: the entries stay, unset, and so does
-/// the serial number, so that the caches of symbols are good again at once. That holds as long as the names of the
-/// level below mean the same; it is looked for there, among `kept`, by the number of the PROCEDURE clause and the
-/// serial number of that level.
+/// A level that its routine has left can be kept for the next call of the routine: the entries stay, unset, and so do
+/// the row and the serial number. That holds as long as the names of the level below mean the same; it is looked for
+/// there, among `kept`, by the number of the PROCEDURE clause and the serial number of that level. It stays in that list
+/// while it is in use again.
 struct rx_level {
     rx_level *older = nullptr;
     uint64_t older_serial = 0; ///< the serial number to go back to with the older level
     uint64_t serial = 0;       ///< of a kept level: its own
     uint32_t procedure = 0;    ///< the clause that may have it back; 0: none
+    bool is_kept = false;      ///< it is in the list of the older level
     uint32_t kept_count = 0;
-    rx_level *kept = nullptr; ///< kept levels of routines called from here, newest first
+    uint32_t entered_kept = 0; ///< of a kept level: `entered` as the next call finds it
+    rx_level *kept = nullptr;  ///< kept levels of routines called from here, newest first
     rx_level *next_kept = nullptr;
     rx_arena arena; ///< entries and their names
     rx_pointer_table<rx_var> names;

@@ -207,12 +207,18 @@ bool is_short(double real, int32_t decimals, int32_t &whole) {
 
 } // namespace
 
+namespace {
+[[gnu::noinline]] void put_long_text(rx_value &record, rx_plain plain) {
+    record = rx_to_string(rx_value_of(plain));
+}
+} // namespace
+
 void rx_put_number_text(rx_value &record, rx_plain plain) {
     int32_t whole;
     if (record.storage != RX_HEAP && is_short(plain.real, plain.decimals(), whole)) [[likely]]
         put_short_text(record, whole);
     else
-        record = rx_to_string(rx_value_of(plain));
+        put_long_text(record, plain);
 }
 
 rx_value rx_to_string(rx_value value) {
