@@ -123,6 +123,25 @@ private:
     }
 };
 
+/// Runs what a routine nearly always begins with, as far as that can neither fail nor be seen: the label, PROCEDURE where
+/// a level is kept for it, PARSE ARG with a variable for each argument. The result is the cell to go on at.
+inline const rx_clause_cell *begin_routine(const rx_label &label) {
+    const rx_clause_cell *cell = label.cell;
+    if (rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F)) return cell;
+    auto pass = [&] {
+        rx_clause_count++;
+        cell = cell->next;
+    };
+    pass();
+    if (cell->clause && cell->clause->kind == CL_PROCEDURE &&
+        rx_procedure_again(*static_cast<const rx_names_clause *>(cell->clause)))
+        pass();
+    if (cell->clause && cell->clause->kind == CL_PARSE &&
+        rx_take_arguments(*static_cast<const rx_parse_clause *>(cell->clause)))
+        pass();
+    return cell;
+}
+
 rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
     rx_check_stack();
     argument_area area(count_arguments(list));
@@ -132,13 +151,7 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
     {
         call_frame frame(area.args, area.count);
         rx_walk->result = rx_value();
-        const rx_clause_cell *start = label.cell;
-        if ((rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F)) == 0) {
-            // Nothing of the label's own clause would be seen.
-            rx_clause_count++;
-            start = start->next;
-        }
-        flow = rx_run_block(start);
+        flow = rx_run_block(begin_routine(label));
     }
     // A signal that a line typed at the trace prompt made leaves the routines that the line called.
     if (flow == rx_flow::signalled) {

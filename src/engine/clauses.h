@@ -12,6 +12,9 @@ void rx_cd(const rx_expr_clause &clause);
 void rx_case_clause(const rx_names_clause &clause);
 void rx_drop_clause(const rx_names_clause &clause);
 void rx_procedure(const rx_names_clause &clause);
+
+/// PROCEDURE of a routine for which a level is kept; false: nothing has happened. Raises nothing.
+bool rx_procedure_again(const rx_names_clause &clause);
 void rx_numeric_instruction(const rx_numeric_clause &clause);
 rx_flow rx_if(const rx_if_clause &clause);
 rx_flow rx_do(const rx_do_clause &clause);
@@ -19,6 +22,11 @@ rx_flow rx_select(const rx_select_clause &clause);
 void rx_call(const rx_call_clause &clause);
 rx_flow rx_signal(const rx_signal_clause &clause);
 void rx_parse(const rx_parse_clause &clause);
+
+/// PARSE ARG with at most one simple variable for each argument, untraced; false: the clause is something else, and
+/// nothing has happened. Raises nothing.
+bool rx_take_arguments(const rx_parse_clause &clause);
+
 void rx_push(const rx_expr_clause &clause); ///< PUSH and QUEUE
 
 /// What PARSE PULL, PARSE LINEIN, PUSH and QUEUE need of the queue; the driver sets them.

@@ -2,17 +2,9 @@
 #include "engine/control.h"
 
 #include "engine/clauses.h"
-#include "engine/quick.h"
 #include "engine/trace.h"
 
-#include <bit>
-
-bool rx_condition_holds(const rx_expr *cond, int level, std::string_view before, std::string_view behind) {
-    if (rx_plain plain; level == 0 && rx_try_quick(cond, plain)) {
-        // As integers: a comparison of doubles takes longer.
-        auto bits = std::bit_cast<uint64_t>(plain.real);
-        if (bits == 0 || bits == std::bit_cast<uint64_t>(1.0)) return bits != 0;
-    }
+[[gnu::noinline]] bool rx_condition_with_care(const rx_expr *cond, int level, const rx_condition_words &words) {
     if (cond->type == SYMBOL && level == 0) {
         if (const rx_value *ready = rx_var_peek(*cond->symbol);
             ready && ready->is_number() && (ready->real == 0 || ready->real == 1))
@@ -28,8 +20,8 @@ bool rx_condition_holds(const rx_expr *cond, int level, std::string_view before,
     if (value.is_number() && (value.real == 0 || value.real == 1)) return value.real != 0;
     if (rx_logical(value, truth)) return truth;
     rx_number_buffer buffer;
-    std::string message(before);
-    message.append(rx_arg_text(value, buffer)).append(behind);
+    std::string message(words.before);
+    message.append(rx_arg_text(value, buffer)).append(words.behind);
     rx_raise_at(cond->line, cond->column, 34, std::move(message));
 }
 
@@ -39,8 +31,7 @@ rx_flow rx_if(const rx_if_clause &clause) {
         rx_flow flow = rx_run_clauses(clause.then_chain);
         return flow == rx_flow::next && clause.else_chain ? rx_run_clauses(clause.else_chain) : flow;
     }
-    if (rx_condition_holds(clause.cond, shown.level, "Expression evaluates to ", ""))
-        return rx_run_clauses(clause.then_chain);
+    if (rx_condition_holds(clause.cond, shown.level, rx_plain_condition)) return rx_run_clauses(clause.then_chain);
     return clause.else_chain ? rx_run_clauses(clause.else_chain) : rx_flow::next;
 }
 
@@ -74,7 +65,7 @@ int show_again(int level, unsigned line) {
     const rx_clause_cell *arm = nullptr;
     for (const rx_when *when = clause.whens; when->next && !arm; when = when->next) {
         int level = show_again(shown.level, when->line);
-        if (rx_condition_holds(when->cond, level, "Expression evaluates to ", "")) arm = when->body;
+        if (rx_condition_holds(when->cond, level, rx_plain_condition)) arm = when->body;
     }
     if (!arm) {
         if (!clause.otherwise) rx_raise_at(clause.line, 0, 57);

@@ -1,7 +1,9 @@
 // What the control structures share.
 #pragma once
 
-#include "engine/engine.h"
+#include "engine/quick.h"
+
+#include <bit>
 
 /// The rounds of a controlled loop that has no condition and no FOR and steps through whole numbers.
 struct rx_swift_rounds {
@@ -17,6 +19,22 @@ struct rx_swift_rounds {
 /// been taken.
 rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds);
 
+/// The words around a condition's value in the message for one that is no truth value.
+struct rx_condition_words {
+    std::string_view before, behind;
+};
+inline constexpr rx_condition_words rx_plain_condition{"Expression evaluates to ", ""};
+
+/// Evaluates a condition that isn't on the quick road.
+bool rx_condition_with_care(const rx_expr *cond, int level, const rx_condition_words &words);
+
 /// Evaluates a condition. When it is no truth value: error 34 at the condition, the extra text being its value between
-/// the two texts.
-bool rx_condition_holds(const rx_expr *cond, int level, std::string_view before, std::string_view behind);
+/// the words.
+inline bool rx_condition_holds(const rx_expr *cond, int level, const rx_condition_words &words) {
+    if (rx_plain plain; level == 0 && rx_try_quick(cond, plain)) [[likely]] {
+        // As integers: a comparison of doubles takes longer.
+        auto bits = std::bit_cast<uint64_t>(plain.real);
+        if (bits == 0 || bits == std::bit_cast<uint64_t>(1.0)) return bits != 0;
+    }
+    return rx_condition_with_care(cond, level, words);
+}

@@ -237,18 +237,24 @@ struct number_operand {
 
     void evaluate(const rx_operand &operand, rx_operand_use use, int which) {
         if (ready_number(operand, use == RX_AS_NUMBER, plain)) return;
-        plain = rx_no_plain(rx_arithmetic_fault::not_a_number);
         if (operand.kind == OP_NODE && operand.node->op->kind == RX_CALL) {
-            value = function(operand.node, *operand.node->op, 0);
+            rx_value result = function(operand.node, *operand.node->op, 0);
+            if (!take(result, use)) value = std::move(result);
         } else {
             const rx_value &found = fetch(operand, 0, use, value, which);
-            if (&found != &value) value = rx_copy_value(found);
+            if (!take(found, use) && &found != &value) value = rx_copy_value(found);
         }
-        if (value.is_number()) {
-            plain = rx_plain_of(value);
-        } else if (use == RX_AS_NUMBER && value.carries_number()) {
-            plain = {value.carried.number, rx_whole_head};
+    }
+    /// Takes the number of a value; false: the value itself has to be kept.
+    bool take(const rx_value &found, rx_operand_use use) {
+        if (found.is_number()) {
+            plain = rx_plain_of(found);
+            return true;
         }
+        bool carries = use == RX_AS_NUMBER && found.carries_number();
+        plain =
+            carries ? rx_plain{found.carried.number, rx_whole_head} : rx_no_plain(rx_arithmetic_fault::not_a_number);
+        return false;
     }
     const rx_value &as_value(const rx_operand &operand, rx_operand_use use) {
         if (value.is_none() && operand.kind == STRING) return literal(operand.node, use);
@@ -298,26 +304,43 @@ struct number_operand {
 
 } // namespace
 
-rx_value do_exec(const rx_expr *node, int level) {
-    set_position(node);
-    if (node->type == OP_NODE) {
-        if (node->op->kind == RX_CALL && level == 0) {
-            if (const rx_value *argument = rx_quick_argument(*node->op)) return rx_copy_value(*argument);
-            rx_check_stack();
-            return function(node, *node->op, 0);
-        }
-        if (level == 0 && node->op->kind == RX_DYADIC) {
-            if (rx_plain plain; rx_try_quick(node, plain)) return rx_value_of(plain);
-            if (node->op->calls && rx_is_quick(node->op->fn->id)) return numbers(node, *node->op);
-            if (rx_value result; join_ready(*node->op, result)) return result;
-        }
-        return run_operator(node, level);
-    }
-    if (node->type == STRING) return rx_copy_value(*node->literal->text);
-    if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0) return rx_copy_value(*value);
+namespace {
+
+// What follows is cut in pieces that end in each other's calls, so that the short ones need no frame.
+
+[[gnu::noinline]] rx_value join_or_run(const rx_expr *node) {
+    if (rx_value result; join_ready(*node->op, result)) return result;
+    return run_operator(node, 0);
+}
+
+[[gnu::noinline]] rx_value call_function(const rx_expr *node) {
+    if (const rx_value *argument = rx_quick_argument(*node->op)) return rx_copy_value(*argument);
+    rx_check_stack();
+    return function(node, *node->op, 0);
+}
+
+[[gnu::noinline]] rx_value copy_of_symbol(const rx_expr *node, int level) {
     rx_value scratch;
     const rx_value &value = read_symbol(node, level, scratch);
     return &value == &scratch ? std::move(scratch) : rx_copy_value(value);
+}
+
+} // namespace
+
+rx_value do_exec(const rx_expr *node, int level) {
+    set_position(node);
+    if (node->type == OP_NODE) {
+        const rx_op &op = *node->op;
+        if (level) return run_operator(node, level);
+        if (op.kind == RX_DYADIC) {
+            if (rx_plain plain; rx_try_quick(op, plain)) return rx_value_of(plain);
+            return op.calls && rx_is_quick(op.fn->id) ? numbers(node, op) : join_or_run(node);
+        }
+        return op.kind == RX_CALL ? call_function(node) : run_operator(node, 0);
+    }
+    if (node->type == STRING) return rx_copy_value(*node->literal->text);
+    if (const rx_value *value = rx_var_cached(*node->symbol); value && level == 0) return rx_copy_value(*value);
+    return copy_of_symbol(node, level);
 }
 
 const rx_value &rx_view(const rx_expr *node, int level, rx_value &scratch) {

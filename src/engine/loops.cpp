@@ -10,16 +10,14 @@
 
 namespace {
 
-/// The words around a condition's value in the message for one that is no truth value.
-struct condition_words {
-    const char *while_text;
-    const char *until_text;
-    const char *behind;
+/// The words for what WHILE and UNTIL say.
+struct loop_words {
+    rx_condition_words while_words, until_words;
 };
-constexpr condition_words plain_words{"Expression evaluates to ", "Expression evaluates to ", ""};
-constexpr condition_words forever_words{"WHILE expression evaluates to ", "UNTIL expression evaluates to ", ""};
-constexpr condition_words controlled_words{"WHILE expression evaluates to \"", "UNTIL expression evaluates to \"",
-                                           "\""};
+constexpr loop_words plain_words{rx_plain_condition, rx_plain_condition};
+constexpr loop_words forever_words{{"WHILE expression evaluates to ", ""}, {"UNTIL expression evaluates to ", ""}};
+constexpr loop_words controlled_words{{"WHILE expression evaluates to \"", "\""},
+                                      {"UNTIL expression evaluates to \"", "\""}};
 
 /// True when the pending LEAVE or ITERATE is for this loop.
 bool is_mine(const rx_do_clause &loop) {
@@ -35,21 +33,20 @@ bool tracing_clauses() {
 /// the next round.
 /// `show_first` tells that the DO line is shown a second time in the first round instead of in the later ones.
 template <class More, class Body, class Step>
-[[gnu::always_inline]] inline rx_flow run_rounds(const rx_do_clause &loop, int level, const condition_words &words,
+[[gnu::always_inline]] inline rx_flow run_rounds(const rx_do_clause &loop, int level, const loop_words &words,
                                                  bool show_first, More more, Body body, Step step) {
     for (bool first = true;; first = false) {
         if (level && first == show_first) [[unlikely]]
             level = rx_trace_line(loop.line);
         if (!more()) return rx_flow::next;
-        if (loop.cond_kind == DO_WHILE && !rx_condition_holds(loop.cond, level, words.while_text, words.behind))
+        if (loop.cond_kind == DO_WHILE && !rx_condition_holds(loop.cond, level, words.while_words))
             return rx_flow::next;
         rx_flow flow = body();
         if (flow != rx_flow::next) [[unlikely]] {
             if (flow == rx_flow::leave && is_mine(loop)) return rx_flow::next;
             if (flow != rx_flow::iterate || !is_mine(loop)) return flow;
         }
-        if (loop.cond_kind == DO_UNTIL && rx_condition_holds(loop.cond, level, words.until_text, words.behind))
-            return rx_flow::next;
+        if (loop.cond_kind == DO_UNTIL && rx_condition_holds(loop.cond, level, words.until_words)) return rx_flow::next;
         if (tracing_clauses()) [[unlikely]]
             level = rx_trace_line(loop.end_line);
         step();

@@ -415,20 +415,13 @@ struct careful_walk {
     }
 };
 
-/// PARSE ARG with one variable for each argument, as most routines begin: whole values, with the numbers that they
-/// carry.
-[[gnu::noinline]] void take_arguments(const rx_parse_clause &clause) {
-    size_t argument = 0;
-    for (const rx_template_item *item = clause.made->items;; item = item->cut + 1, argument++) {
-        if (item->step == step::variable) {
-            rx_var &var = rx_var_entry(*item->symbol);
-            rx_value &record = rx_var_writable(var);
-            record = argument < rx_routine->arg_count ? rx_copy_value(rx_routine->args[argument].text) : rx_string({});
-            var.state = RX_SET;
-            if (clause.upper) rx_upper(rx_bytes(record), record.length);
-        }
-        if (item->cut->step == step::end) return;
-    }
+/// Replaces the value of a record by a copy of a text.
+inline void put_copy(rx_value &record, const rx_value &text) {
+    bool has_buffer = record.is_string() && record.storage == RX_HEAP;
+    if (text.storage == RX_INLINE && !has_buffer) [[likely]]
+        record.copy_words(text);
+    else
+        record = rx_copy_value(text);
 }
 
 [[gnu::noinline]] void parse_in_general(const rx_parse_clause &clause) {
@@ -443,9 +436,32 @@ struct careful_walk {
 
 } // namespace
 
+namespace {
+const rx_value no_argument = rx_string({});
+} // namespace
+
+/// PARSE ARG with one variable for each argument, as most routines begin: whole values, with the numbers that they
+/// carry.
+bool rx_take_arguments(const rx_parse_clause &clause) {
+    if (clause.source != PARSE_ARG || !clause.made || !clause.made->one_each) return false;
+    size_t argument = 0;
+    for (const rx_template_item *item = clause.made->items;; item = item->cut + 1, argument++) {
+        if (item->step == step::variable) {
+            rx_var *met = rx_var_met(*item->symbol);
+            if (met) met->generation++;
+            rx_var &var = met ? *met : rx_var_entry(*item->symbol);
+            put_copy(rx_var_writable(var),
+                     argument < rx_routine->arg_count ? rx_routine->args[argument].text : no_argument);
+            var.state = RX_SET;
+            if (clause.upper) rx_upper(rx_bytes(var.value), var.value.length);
+        }
+        if (item->cut->step == step::end) return true;
+    }
+}
+
 void rx_parse(const rx_parse_clause &clause) {
     bool traced = (rx_settings->trace & TRACE_CLAUSES) != 0;
-    if (clause.source == PARSE_ARG && clause.made && clause.made->one_each && !traced) return take_arguments(clause);
+    if (!traced && rx_take_arguments(clause)) return;
     // What is usual in loops doesn't even look for the text.
     if (clause.plain && !traced) {
         const rx_value *value = rx_var_cached(*clause.operand->symbol);

@@ -162,14 +162,16 @@ namespace {
 
 } // namespace
 
+bool rx_procedure_again(const rx_names_clause &clause) {
+    if (rx_routine->procedure || !clause.level_number || !rx_push_level_again(clause.level_number)) return false;
+    rx_routine->procedure = true;
+    return true;
+}
+
 [[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip || rx_routine->call_depth <= 1) return;
-    bool first = !rx_routine->procedure;
-    if (first && clause.level_number && rx_push_level_again(clause.level_number)) [[likely]]
-        rx_routine->procedure = true;
-    else
-        make_level(clause, first);
+    if (!rx_procedure_again(clause)) make_level(clause, !rx_routine->procedure);
 }
 
 void rx_numeric_instruction(const rx_numeric_clause &clause) {

@@ -131,6 +131,30 @@ void unset(rx_var &var) {
     var.marks = RX_LEFT_OVER;
 }
 
+[[gnu::noinline]] void unset_all(rx_level &level) {
+    for (rx_var *var : level.entries) unset(*var);
+    for (auto &stem : level.stems) {
+        if (stem->elements.count || stem->tails.used) stem->for_each(unset);
+        if (stem->key) unset(*stem->key);
+    }
+}
+
+/// Unsets the entries of a level that holds numbers and short texts only, which need no release. False: there is more.
+inline bool unset_numbers(rx_level &level) {
+    bool all = level.stems.empty();
+    for (rx_var *var : level.entries) {
+        if (var->state == RX_EXPOSED) continue;
+        if (var->value.is_string() && var->value.storage != RX_INLINE) {
+            all = false;
+            continue;
+        }
+        var->value.forget();
+        var->state = RX_DROPPED;
+        var->marks = RX_LEFT_OVER;
+    }
+    return all;
+}
+
 void discard(rx_level *level);
 
 /// Takes a kept level out of the list that it is in.
@@ -213,13 +237,9 @@ bool keep(rx_level &level) {
         if (level.is_kept) take_out(level);
         return false;
     }
-    for (rx_var *var : level.entries) unset(*var);
-    for (auto &stem : level.stems) {
-        if (stem->elements.count || stem->tails.used) stem->for_each(unset);
-        if (stem->key) unset(*stem->key);
-    }
     level.promised_order = 0;
     level.entered = level.entered_kept;
+    if (!unset_numbers(level)) unset_all(level);
     return true;
 }
 

@@ -394,9 +394,9 @@ void rx_var_assign(const rx_symbol &symbol, rx_value &&value) {
     if (symbol.environment) export_to_environment(rx_resolve_name(symbol), var.value);
 }
 
-namespace {
-/// Promises where nothing is promised and no entry stands in the way; else assigns.
-[[gnu::noinline]] void promise_first(rx_level &level, const rx_symbol &symbol, double whole) {
+void rx_var_promise(const rx_symbol &symbol, double whole) {
+    rx_level &level = *rx_scope->level;
+    // Nothing may be promised, and no entry stand in the way.
     bool free = !level.promised || !level.promised_order;
     if (!free || level.find(symbol.name, symbol.hash))
         return rx_var_assign(symbol, rx_value_of({whole, rx_whole_head}));
@@ -404,14 +404,14 @@ namespace {
     level.promised_order = ++level.entered;
     level.promised_number = whole;
 }
-} // namespace
 
-void rx_var_promise(const rx_symbol &symbol, double whole) {
+bool rx_var_promise_again(const rx_symbol &symbol, double whole) {
     rx_level &level = *rx_scope->level;
     // A kept level still knows of which symbol it had a promise: then it has no entry for it.
-    if (level.promised != &symbol) return promise_first(level, symbol, whole);
+    if (level.promised != &symbol) return false;
     if (!level.promised_order) level.promised_order = ++level.entered;
     level.promised_number = whole;
+    return true;
 }
 
 std::string rx_resolve_name(const rx_symbol &symbol) {

@@ -175,6 +175,9 @@ void rx_var_assign(const rx_symbol &symbol, rx_value &&value);
 /// entry is made when somebody looks for it.
 void rx_var_promise(const rx_symbol &symbol, double whole);
 
+/// The same where it was the last promise of the level in force, which nobody has called in; else false.
+bool rx_var_promise_again(const rx_symbol &symbol, double whole);
+
 /// The entry that an assignment to the symbol goes to. One that was there has its generation raised, a missing one is
 /// made (state RX_DROPPED).
 rx_var &rx_var_entry(const rx_symbol &symbol);

@@ -83,6 +83,9 @@ struct rx_value {
     std::string_view text() const { return {data(), length}; }
     const char *data() const { return storage == RX_INLINE ? bytes : heap.data; }
 
+    /// Makes the record none without looking at what it was, which must own no text.
+    void forget() noexcept { std::memset(static_cast<void *>(this), 0, sizeof *this); }
+
     /// Copies the record without its ownership, word by word: its fields were often written one by one just before, and
     /// the processor would hold a wider load back until they have all reached memory.
     void copy_words(const rx_value &other) noexcept {
