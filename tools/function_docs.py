@@ -42,7 +42,7 @@ def read_table():
     """The families as (title, [(name, handler), ...]), functions that this build doesn't have left out."""
     families = []
     for line in TABLE.read_text().splitlines():
-        if row := re.match(r'\s*\{"(\w+)", (\w+)\},', line):
+        if row := re.match(r'\s*\{"(\w+)", (\w+)(?:, bu_quick_\w+)?\},', line):
             if row[2] != "bu_unavailable":
                 families[-1][1].append((row[1], row[2]))
         elif title := re.match(r"    // ([A-Z][\w ]+)$", line):

@@ -32,9 +32,7 @@ inline bool lend(const rx_expr *node, rx_value *place) {
     } else if (node->type == VIDE) {
         new (place) rx_value;
         return true;
-    } else if (node->op->kind == RX_CALL) {
-        found = rx_quick_argument(*node->op);
-    } else {
+    } else if (!(found = rx_quick_argument(*node->op))) {
         // An attempt that fails is counted by do_exec, which makes it again.
         if (!rx_quick_candidate(*node->op)) return false;
         rx_plain plain = node->op->quick(*node->op);

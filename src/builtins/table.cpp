@@ -2,6 +2,7 @@
 
 #include "builtins/clock.h"
 #include "builtins/handlers.h"
+#include "builtins/quick_forms.h"
 #include "platform/strings.h"
 
 namespace {
@@ -16,7 +17,7 @@ rx_value bu_unavailable(const rx_expr *list) {
 const rx_function_row bu_table[] = {
     // clang-format off
     // String functions
-    {"abbrev", bu_abbrev},
+    {"abbrev", bu_abbrev, bu_quick_abbrev},
     {"bitand", bu_bitand},
     {"bitor", bu_bitor},
     {"bitxor", bu_bitxor},
@@ -32,12 +33,12 @@ const rx_function_row bu_table[] = {
     {"index", bu_index},
     {"insert", bu_insert},
     {"justify", bu_justify},
-    {"lastpos", bu_lastpos},
+    {"lastpos", bu_lastpos, bu_quick_lastpos},
     {"left", bu_left},
-    {"length", bu_length},
+    {"length", bu_length, bu_quick_length},
     {"lower", bu_lower},
     {"overlay", bu_overlay},
-    {"pos", bu_pos},
+    {"pos", bu_pos, bu_quick_pos},
     {"reverse", bu_reverse},
     {"right", bu_right},
     {"space", bu_space},
@@ -55,7 +56,7 @@ const rx_function_row bu_table[] = {
     {"wordindex", bu_wordindex},
     {"wordlength", bu_wordlength},
     {"wordpos", bu_wordpos},
-    {"words", bu_words},
+    {"words", bu_words, bu_quick_words},
     // Conversion
     {"b2x", bu_b2x},
     {"c2d", bu_c2d},
@@ -68,7 +69,7 @@ const rx_function_row bu_table[] = {
     {"x2c", bu_x2c},
     {"x2d", bu_x2d},
     // Numeric
-    {"abs", bu_abs},
+    {"abs", bu_abs, bu_quick_abs},
     {"format", bu_format},
     {"max", bu_max},
     {"min", bu_min},
@@ -117,7 +118,7 @@ const rx_function_row bu_table[] = {
     {"linein", bu_linein},
     {"linelast", bu_linelast},
     {"lineout", bu_lineout},
-    {"lines", bu_lines},
+    {"lines", bu_lines, bu_quick_lines},
     {"linesize", bu_linesize},
     {"stream", bu_stream},
     {"SysGetKey", bu_charin},

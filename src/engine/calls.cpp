@@ -67,10 +67,9 @@ void evaluate_argument(const rx_expr *node, rx_value &text, int level) {
         }
         if (node->type == SYMBOL) {
             if (const rx_value *value = rx_var_cached(*node->symbol)) return put_text_of(text, *value);
-        } else if (node->op->kind == RX_CALL) {
+        } else {
             if (const rx_value *value = rx_quick_argument(*node->op)) return put_text_of(text, *value);
-        } else if (rx_plain plain; rx_try_quick(node, plain)) {
-            return rx_put_number_text(text, plain);
+            if (rx_plain plain; rx_try_quick(*node->op, plain)) return rx_put_number_text(text, plain);
         }
     }
     text = rx_to_string(do_exec(node, level));
@@ -171,13 +170,11 @@ bool may_be_label(const rx_expr *name) {
     return !text.empty() && (text[0] == '.' || text[0] == '/' || text[0] == '~' || (text.size() > 1 && text[1] == ':'));
 }
 
-enum resolved_kind : uint64_t { RESOLVED_LABEL = 0, RESOLVED_BUILTIN = 1, RESOLVED_EXTRA = 2 };
-
 /// The cache of a call node holds the serial number of the program and the kind of target, so that it is void when a
 /// source was added.
-bool cached(const rx_op &call, resolved_kind &kind) {
+bool cached(const rx_op &call, rx_call_target &kind) {
     if (!call.target || call.target_serial >> 2 != (*rx_program_now)->serial) return false;
-    kind = static_cast<resolved_kind>(call.target_serial & 3);
+    kind = static_cast<rx_call_target>(call.target_serial & 3);
     return true;
 }
 
@@ -188,10 +185,10 @@ uint32_t constant_argument(const rx_expr *list) {
     return n >= 1 && n <= 1e9 && rx_is_whole(n) ? static_cast<uint32_t>(n) : 0;
 }
 
-bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
+bool resolve(const rx_op &call, bool after_load, rx_call_target &kind) {
     std::string_view name = call.name->text;
     const rx_program &program = **rx_program_now;
-    auto remember = [&](resolved_kind found, const void *target) {
+    auto remember = [&](rx_call_target found, const void *target) {
         kind = found;
         call.target = target;
         call.target_serial = program.serial << 2 | found;
@@ -199,18 +196,18 @@ bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
         return true;
     };
     if (after_load || may_be_label(call.name)) {
-        if (const rx_label *label = rx_find_label(program.labels, name)) return remember(RESOLVED_LABEL, label);
+        if (const rx_label *label = rx_find_label(program.labels, name)) return remember(RX_CALLS_LABEL, label);
     }
     if (after_load) return false;
     if (rx_handler handler = bu_lookup(name))
-        return remember(RESOLVED_BUILTIN, reinterpret_cast<const void *>(handler));
+        return remember(RX_CALLS_BUILTIN, reinterpret_cast<const void *>(handler));
     for (const rx_extra_function &row : rx_extra_functions) {
-        if (row.name == name) return remember(RESOLVED_EXTRA, &row);
+        if (row.name == name) return remember(RX_CALLS_EXTRA, &row);
     }
     return false;
 }
 
-[[gnu::noinline]] rx_value call_handler(const rx_op &call, resolved_kind kind, int level) {
+[[gnu::noinline]] rx_value call_handler(const rx_op &call, rx_call_target kind, int level) {
     struct call_state {
         int level = rx_routine->call_level;
         std::string_view name = rx_called_name;
@@ -221,7 +218,7 @@ bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
     } before;
     rx_routine->call_level = level;
     rx_called_name = call.name->text;
-    if (kind == RESOLVED_BUILTIN) return reinterpret_cast<rx_handler>(const_cast<void *>(call.target))(call.args);
+    if (kind == RX_CALLS_BUILTIN) return reinterpret_cast<rx_handler>(const_cast<void *>(call.target))(call.args);
     const auto *row = static_cast<const rx_extra_function *>(call.target);
     return row->handler(call.args, rx_extra_functions);
 }
@@ -245,7 +242,7 @@ bool resolve(const rx_op &call, bool after_load, resolved_kind &kind) {
 namespace {
 
 /// A name that no call has met before: a source is loaded for it, or its command runs.
-[[gnu::noinline]] bool load_routine(const rx_op &call, resolved_kind &kind, rx_value &result, int level) {
+[[gnu::noinline]] bool load_routine(const rx_op &call, rx_call_target &kind, rx_value &result, int level) {
     int found = 0;
     if (rx_load_external)
         found = rx_load_external(call.name->text, call.name->type != STRING, call.args, result, level);
@@ -255,13 +252,13 @@ namespace {
 }
 
 [[gnu::noinline]] rx_value invoke_with_care(const rx_op *call, int level) {
-    resolved_kind kind;
+    rx_call_target kind;
     if (!cached(*call, kind) && !resolve(*call, false, kind)) [[unlikely]] {
         if (rx_value result; !load_routine(*call, kind, result, level)) return result;
     }
     rx_error.line = call->name->line;
     rx_error.column = call->name->column;
-    rx_value result = kind == RESOLVED_LABEL ? call_label(*call, level) : call_handler(*call, kind, level);
+    rx_value result = kind == RX_CALLS_LABEL ? call_label(*call, level) : call_handler(*call, kind, level);
     if (level) rx_trace_function(level, call->name->text, result);
     return result;
 }
@@ -284,12 +281,12 @@ rx_value rx_invoke(const rx_op *call, int level) {
     // What was called before, while nobody traces.
     if (call->target && level == 0) [[likely]] {
         uint64_t kind = call->target_serial - ((*rx_program_now)->serial << 2);
-        if (kind == RESOLVED_LABEL) {
+        if (kind == RX_CALLS_LABEL) {
             rx_error.line = call->name->line;
             rx_error.column = call->name->column;
             return call_label(*call, 0);
         }
-        if (kind == RESOLVED_BUILTIN && rx_routine.value.call_level == 0) return call_handler_swiftly(*call);
+        if (kind == RX_CALLS_BUILTIN && rx_routine.value.call_level == 0) return call_handler_swiftly(*call);
     }
     return invoke_with_care(call, level);
 }

@@ -168,6 +168,14 @@ rx_value do_exec(const rx_expr *node, int level);
 /// of the script may run before the view was used.
 const rx_value &rx_view(const rx_expr *node, int level, rx_value &scratch);
 
+/// What a call node was found to call; part of its `target_serial`.
+enum rx_call_target : uint64_t { RX_CALLS_LABEL = 0, RX_CALLS_BUILTIN = 1, RX_CALLS_EXTRA = 2 };
+
+/// True when the node's target is of that kind, and known since the last source was added to the program.
+inline bool rx_calls(const rx_op &call, rx_call_target kind) {
+    return call.target_serial == (rx_program_now.value->serial << 2 | kind);
+}
+
 /// Runs the routine of a call node: label, built-in, secondary table, external script. None: no value came back.
 rx_value rx_invoke(const rx_op *call, int level);
 

@@ -68,12 +68,6 @@ const rx_value &fetch(const rx_operand &operand, int level, rx_operand_use use, 
     rx_internal_error("do_exec", which);
 }
 
-/// A constant that stands opposite a number in a comparison is that number, if it is one.
-const rx_value &matched(const rx_operand &operand, const rx_value &value, const rx_value &other) {
-    return operand.kind == STRING && other.is_number() && operand.node->literal->number ? *operand.node->literal->number
-                                                                                        : value;
-}
-
 /// What is said of an operand that an operator refused; nothing of a computed one.
 [[noreturn]] void refuse(const rx_expr *node, const rx_operand *operand, const rx_value *value) {
     int number = rx_error.number;
@@ -138,23 +132,13 @@ inline bool settles(const rx_op &op, const rx_value &left) {
     return rx_number_of(left, number) && (op.fn->id == FX_OR ? number.real != 0 : number.real == 0);
 }
 
-/// The value of an operand that can be had without running or making anything, lent; else null.
-inline const rx_value *ready_value(const rx_operand &operand, rx_operand_use use) {
-    if (operand.kind == STRING) return &literal(operand.node, use);
-    if (operand.kind == SYMBOL) return rx_var_peek(*operand.node->symbol);
-    return operand.node->op->kind == RX_CALL ? rx_quick_argument(*operand.node->op) : nullptr;
-}
-
-/// An operator on two operands that are ready, as in `word = 'end'` or `line || '.'`. False: nothing has happened.
+/// An operator on two operands that are ready, as in `line || '.'`. False: nothing has happened. (Comparisons and logic
+/// have been tried on the quick road.)
 inline bool join_ready(const rx_op &op, rx_value &result) {
-    if (op.fn->id == FX_OR || op.fn->id == FX_AND) return false;
-    const rx_value *left = ready_value(op.a, op.fn->use);
-    const rx_value *right = left ? ready_value(op.b, op.fn->use) : nullptr;
+    if (op.fn->id == FX_OR || op.fn->id == FX_AND || op.fn->use == RX_AS_EITHER) return false;
+    const rx_value *left = rx_ready_value(op.a, op.fn->use);
+    const rx_value *right = left ? rx_ready_value(op.b, op.fn->use) : nullptr;
     if (!right) return false;
-    if (op.fn->use == RX_AS_EITHER) {
-        left = &matched(op.a, *left, *right);
-        right = &matched(op.b, *right, *left);
-    }
     int fault = 0;
     result = op.fn->dyadic(*left, *right, fault);
     return fault == 0;
@@ -187,8 +171,8 @@ rx_value dyadic(const rx_expr *node, const rx_op &op, int level) {
         if (pin) left = &pin->value();
     }
     if (use == RX_AS_EITHER) {
-        left = &matched(op.a, *left, *right);
-        right = &matched(op.b, *right, *left);
+        left = &rx_matched(op.a, *left, *right);
+        right = &rx_matched(op.b, *right, *left);
     }
     int fault = 0;
     rx_value result = op.fn->dyadic(*left, *right, fault);
@@ -214,10 +198,9 @@ inline bool ready_number(const rx_operand &operand, bool from_text, rx_plain &pl
         value = operand.node->literal->number;
     } else if (operand.kind == SYMBOL) {
         value = rx_var_cached(*operand.node->symbol);
-    } else if (operand.node->op->kind == RX_DYADIC) {
-        return rx_try_quick(operand.node, plain);
-    } else if (operand.node->op->kind == RX_CALL) {
+    } else {
         value = rx_quick_argument(*operand.node->op);
+        if (!value) return rx_try_quick(*operand.node->op, plain);
     }
     if (!value) return false;
     if (value->is_number()) {
@@ -267,8 +250,8 @@ struct number_operand {
 [[gnu::noinline]] rx_value apply(const rx_expr *node, const rx_op &op, number_operand &a, number_operand &b) {
     const rx_value *left = &a.as_value(op.a, op.fn->use), *right = &b.as_value(op.b, op.fn->use);
     if (op.fn->use == RX_AS_EITHER) {
-        left = &matched(op.a, *left, *right);
-        right = &matched(op.b, *right, *left);
+        left = &rx_matched(op.a, *left, *right);
+        right = &rx_matched(op.b, *right, *left);
     }
     int fault = 0;
     rx_value result = op.fn->dyadic(*left, *right, fault);
@@ -332,8 +315,8 @@ rx_value do_exec(const rx_expr *node, int level) {
     if (node->type == OP_NODE) {
         const rx_op &op = *node->op;
         if (level) return run_operator(node, level);
+        if (rx_plain plain; rx_try_quick(op, plain)) return rx_value_of(plain);
         if (op.kind == RX_DYADIC) {
-            if (rx_plain plain; rx_try_quick(op, plain)) return rx_value_of(plain);
             return op.calls && rx_is_quick(op.fn->id) ? numbers(node, op) : join_or_run(node);
         }
         return op.kind == RX_CALL ? call_function(node) : run_operator(node, 0);

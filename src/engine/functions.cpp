@@ -11,7 +11,7 @@ constexpr size_t buckets = 2048;
 
 struct index_node {
     std::string name;
-    rx_handler handler;
+    const rx_function_row *row;
     index_node *next = nullptr;
 };
 
@@ -40,11 +40,11 @@ index_node *find(const function_index &index, std::string_view name) {
 }
 
 /// New keys go to the end of their chain; the first row of a name stays in force.
-void enter(function_index &index, std::string name, rx_handler handler) {
+void enter(function_index &index, std::string name, const rx_function_row &row) {
     if (find(index, name)) return;
     index_node **link = &index.chains[hash_of(name)];
     while (*link) link = &(*link)->next;
-    index.nodes.push_back({std::move(name), handler, nullptr});
+    index.nodes.push_back({std::move(name), &row, nullptr});
     *link = &index.nodes.back();
 }
 
@@ -54,8 +54,7 @@ function_index &index_in_force() {
     function_index &index = mode == RX_MIXED ? as_written : mode == RX_LOWER ? lower : upper;
     if (!index.built) {
         index.built = true;
-        for (size_t i = 0; i < written_count; i++)
-            enter(index, rx_folded(written_rows[i].name), written_rows[i].handler);
+        for (size_t i = 0; i < written_count; i++) enter(index, rx_folded(written_rows[i].name), written_rows[i]);
     }
     return index;
 }
@@ -67,9 +66,9 @@ void rx_set_function_table(const rx_function_row *rows, size_t count) {
     written_count = count;
 }
 
-rx_handler bu_lookup(std::string_view name) {
+const rx_function_row *bu_lookup_row(std::string_view name) {
     const index_node *node = find(index_in_force(), name);
-    return node ? node->handler : nullptr;
+    return node ? node->row : nullptr;
 }
 
 void rx_eval_args(const rx_expr *list, rx_arguments &arguments) {

@@ -15,17 +15,30 @@
 
 using rx_handler = rx_value (*)(const rx_expr *arguments);
 
+/// A second form of a function that gives a number, for the quick road: it receives the values of its arguments, at
+/// most rx_quick_arguments and none of them omitted, lent, and gives the number, or refuses by a fault in it; then the
+/// handler is called. It neither raises an error nor does anything that could be noticed.
+using rx_quick_form = rx_plain (*)(const rx_value *const *args, size_t count);
+constexpr size_t rx_quick_arguments = 3;
+
 struct rx_function_row {
     const char *name;
     rx_handler handler;
+    rx_quick_form quick = nullptr;
 };
 
 /// Hands over the written table; the driver does it once, before the first run. The rows must live as long as the
 /// process.
 void rx_set_function_table(const rx_function_row *rows, size_t count);
 
-/// The handler of a name that is spelled as the case mode has it, or null.
-rx_handler bu_lookup(std::string_view name);
+/// The row of a name that is spelled as the case mode has it, or null.
+const rx_function_row *bu_lookup_row(std::string_view name);
+
+/// Its handler, or null.
+inline rx_handler bu_lookup(std::string_view name) {
+    const rx_function_row *row = bu_lookup_row(name);
+    return row ? row->handler : nullptr;
+}
 
 /// The handler of ARG, which the driver sets: `arg(1)` and its like are answered by the walk itself.
 inline rx_handler rx_arg_handler = nullptr;

@@ -121,6 +121,48 @@ template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain log
     return truth(holds);
 }
 
+bool is_comparison(rx_operator_id id) {
+    return id >= FX_NEQ && id <= FX_EEQ;
+}
+
+/// A comparison of two operands that are at hand, at least one of which is a text.
+[[gnu::noinline]] rx_plain compare_values(const rx_op &op) {
+    const rx_value *left = rx_ready_value(op.a, op.fn->use);
+    const rx_value *right = left ? rx_ready_value(op.b, op.fn->use) : nullptr;
+    if (!right) return refused();
+    if (op.fn->use == RX_AS_EITHER) {
+        left = &rx_matched(op.a, *left, *right);
+        right = &rx_matched(op.b, *right, *left);
+    }
+    int fault = 0;
+    return rx_plain_of(op.fn->dyadic(*left, *right, fault));
+}
+
+/// True for operands whose value can be looked at as it stands.
+constexpr bool is_leaf(operand_kind kind) {
+    return kind == on_variable || kind == on_whole || kind == on_constant;
+}
+
+/// The value of a leaf for a look; of kind none when the variable isn't known.
+template <operand_kind kind> [[gnu::always_inline]] inline const rx_value &glance(const rx_operand &operand) {
+    if constexpr (kind == on_variable) return rx_var_glance(*static_cast<const rx_symbol *>(operand.ready));
+    return *static_cast<const rx_value *>(operand.ready);
+}
+
+/// A comparison of two leaves.
+template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain comparison(const rx_op &op) {
+    const rx_value &a = glance<left>(op.a), &b = glance<right>(op.b);
+    if (a.is_number() && b.is_number()) [[likely]] {
+        rx_plain x = rx_plain_of(a), y = rx_plain_of(b);
+        return rx_both_whole(x, y) ? truth(holds<id>(x.real, y.real)) : compute<id>(x, y);
+    }
+    double number;
+    if (right == on_whole && a.carries_number()) return truth(holds<id>(a.carried.number, b.real));
+    if (a.is_string() && b.is_number() && rx_carried_number(a, number))
+        return compute<id>({number, rx_whole_head}, rx_plain_of(b));
+    return compare_values(op);
+}
+
 /// What a node does: the commonest cases of whole numbers at once, anything else through `compute`. Since no order of
 /// evaluation can be noticed here, a lone node among the operands comes first: nothing is kept meanwhile.
 template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain step(const rx_op &op) {
@@ -157,9 +199,16 @@ template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain ste
 using rx_quick_step = rx_plain (*)(const rx_op &op);
 constexpr size_t steps_of_operator = operand_kinds * operand_kinds;
 
+constexpr bool is_quick_comparison(rx_operator_id id) {
+    return rx_is_quick(id) && id != FX_PLUS && id != FX_MIN && id != FX_MULT && id != FX_DIV && id != FX_IDIV &&
+           id != FX_REM;
+}
+
 template <rx_operator_id id, operand_kind left, operand_kind right> constexpr rx_quick_step choose_step() {
     if constexpr (id == FX_OR || id == FX_AND)
         return logical_step<id, left, right>;
+    else if constexpr (is_leaf(left) && is_leaf(right) && is_quick_comparison(id))
+        return comparison<id, left, right>;
     else
         return step<id, left, right>;
 }
@@ -189,21 +238,77 @@ constexpr auto computations = make_computations(std::make_index_sequence<quick_o
 
 bool prepare(const rx_operand &operand, unsigned depth, operand_kind &kind);
 
+/// A function by its quick form.
+rx_plain call_form(const rx_op &call) {
+    if (!rx_calls(call, RX_CALLS_BUILTIN)) return refused();
+    const rx_value *args[rx_quick_arguments];
+    alignas(rx_value) std::byte numbers[rx_quick_arguments][sizeof(rx_value)];
+    size_t count = 0;
+    for (const rx_expr *node = call.args; node; node = node->next, count++) {
+        if (node->type == STRING) {
+            args[count] = node->literal->text;
+        } else if (node->type == SYMBOL) {
+            args[count] = &rx_var_glance(*node->symbol);
+            if (args[count]->is_none()) args[count] = rx_var_peek(*node->symbol);
+        } else if (node->op->kind == RX_CALL) {
+            args[count] = rx_quick_argument(*node->op);
+        } else {
+            rx_plain plain = node->op->quick(*node->op);
+            // A number owns nothing that would have to be released.
+            args[count] = plain.failed() ? nullptr : new (numbers[count]) rx_value(rx_value_of(plain));
+        }
+        if (!args[count]) return refused();
+    }
+    return call.quick_form(args, count);
+}
+
 /// Looks like `arg(1)`; whether ARG is the built-in turns out when it is first called.
 bool looks_like_argument(const rx_op &op) {
     return op.kind == RX_CALL && op.name->type == SYMBOL && rx_equal_nocase(op.name->text, "ARG") && op.args &&
            !op.args->next && op.args->type == STRING;
 }
 
+/// True for an operand that rx_ready_value may find.
+bool is_at_hand(const rx_operand &operand) {
+    if (operand.kind == SYMBOL) return !operand.node->symbol->bad_name;
+    return operand.kind == STRING || (operand.kind == OP_NODE && looks_like_argument(*operand.node->op));
+}
+
+bool prepare(const rx_op &op, unsigned depth);
+
+/// The same for an argument of a function.
+bool is_at_hand(const rx_expr *argument, unsigned depth) {
+    if (argument->type == SYMBOL) return !argument->symbol->bad_name;
+    if (argument->type != OP_NODE) return argument->type == STRING;
+    return looks_like_argument(*argument->op) || (argument->op->kind == RX_DYADIC && prepare(*argument->op, depth));
+}
+
+bool prepare_call(const rx_op &call, unsigned depth) {
+    const rx_function_row *row = call.name->type == SYMBOL ? bu_lookup_row(call.name->text) : nullptr;
+    if (!row || !row->quick) return false;
+    size_t count = 0;
+    for (const rx_expr *node = call.args; node; node = node->next) {
+        if (++count > rx_quick_arguments || !is_at_hand(node, depth - 1)) return false;
+    }
+    call.quick_form = row->quick;
+    call.quick = call_form;
+    return true;
+}
+
 /// Gives the node its function; false when the tree is one for the ordinary road.
 bool prepare(const rx_op &op, unsigned depth) {
-    if (depth == 0 || op.kind != RX_DYADIC) return false;
+    if (depth == 0) return false;
+    if (op.kind == RX_CALL) return prepare_call(op, depth);
+    if (op.kind != RX_DYADIC) return false;
     const auto *found = std::find(quick_operators.begin(), quick_operators.end(), op.fn->id);
     operand_kind left, right;
-    if (found == quick_operators.end() || !prepare(op.a, depth - 1, left) || !prepare(op.b, depth - 1, right))
-        return false;
-    auto row = static_cast<size_t>(found - quick_operators.begin());
-    op.quick = steps[row * steps_of_operator + left * operand_kinds + right];
+    if (found != quick_operators.end() && prepare(op.a, depth - 1, left) && prepare(op.b, depth - 1, right)) {
+        auto row = static_cast<size_t>(found - quick_operators.begin());
+        op.quick = steps[row * steps_of_operator + left * operand_kinds + right];
+        return true;
+    }
+    if (!is_comparison(op.fn->id) || !is_at_hand(op.a) || !is_at_hand(op.b)) return false;
+    op.quick = compare_values;
     return true;
 }
 
@@ -223,17 +328,25 @@ bool prepare(const rx_operand &operand, unsigned depth, operand_kind &kind) {
     }
     case OP_NODE: {
         const rx_op &op = *operand.node->op;
-        kind = on_node;
         operand.ready = &op;
-        if (prepare(op, depth)) return true;
-        kind = on_argument;
-        return looks_like_argument(op);
+        kind = looks_like_argument(op) ? on_argument : on_node;
+        return kind == on_argument || prepare(op, depth);
     }
     default: return false;
     }
 }
 
 } // namespace
+
+const rx_value *rx_ready_value(const rx_operand &operand, rx_operand_use use) {
+    if (operand.kind == SYMBOL) {
+        const rx_value &value = rx_var_glance(*operand.node->symbol);
+        return value.is_none() ? rx_var_peek(*operand.node->symbol) : &value;
+    }
+    if (operand.kind != STRING) return rx_quick_argument(*operand.node->op);
+    const rx_literal &literal = *operand.node->literal;
+    return use == RX_AS_NUMBER && literal.number ? literal.number : literal.text;
+}
 
 rx_plain rx_quick_compute(rx_operator_id id, rx_plain a, rx_plain b) {
     return computations[id](a, b);

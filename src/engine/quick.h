@@ -8,6 +8,9 @@
 // safe. A node that often turned back isn't tried any more, and only trees of a few levels are, so that no expression
 // pays twice at every level.
 //
+// Functions that only look at their arguments and give a number may be part of such a tree (rx_quick_form), and so may
+// comparisons of texts that are at hand.
+//
 // Each node of such a tree holds the function that computes it, chosen for its operator and the kinds of its operands
 // when the tree is first evaluated, so that the walk never asks what a node is.
 #pragma once
@@ -42,6 +45,16 @@ inline const rx_value *rx_quick_argument(const rx_op &call) {
     if (n == 0 || n > rx_routine.value.arg_count || call.target_serial >> 2 != rx_program_now.value->serial)
         return nullptr;
     return &rx_routine.value.args[n - 1].text;
+}
+
+/// The value of an operand that can be had without running or making anything, lent; else null. A constant is a number
+/// where `use` asks for one.
+const rx_value *rx_ready_value(const rx_operand &operand, rx_operand_use use);
+
+/// A constant that stands opposite a number in a comparison is that number, if it is one.
+inline const rx_value &rx_matched(const rx_operand &operand, const rx_value &value, const rx_value &other) {
+    return operand.kind == STRING && other.is_number() && operand.node->literal->number ? *operand.node->literal->number
+                                                                                        : value;
 }
 
 /// Counts a failure; the last one closes the road.

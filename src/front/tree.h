@@ -85,10 +85,11 @@ struct rx_op {
     rx_expr *name = nullptr;              ///< kind 3: the name token, SYMBOL or STRING
     rx_expr *args = nullptr;              ///< kind 3: the argument chain
     mutable const void *target = nullptr; ///< kind 3: the engine's cache of what the name resolved to
-    mutable uint64_t target_serial = 0;
-    mutable uint32_t argument = 0; ///< kind 3: n of an `arg(n)` that resolved to the built-in, else 0
-    mutable int8_t quick_left = 0; ///< how often the quick road may still fail here; 0 not looked at, -1 never
+    mutable uint64_t target_serial = 0;   ///< the serial number of the program, times 4, and the kind of target
+    mutable uint32_t argument = 0;        ///< kind 3: n of an `arg(n)` that resolved to the built-in, else 0
+    mutable int8_t quick_left = 0;        ///< how often the quick road may still fail here; 0 not looked at, -1 never
     mutable rx_plain (*quick)(const rx_op &op) = nullptr; ///< computes the node on the quick road
+    mutable rx_plain (*quick_form)(const rx_value *const *args, size_t count) = nullptr; ///< kind 3: what that calls
 };
 
 // ---- clauses --------------------------------------------------------------------------------------------------------
