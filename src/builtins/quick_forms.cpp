@@ -62,8 +62,8 @@ rx_plain bu_quick_words(const rx_value *const *args, size_t count) {
 rx_plain bu_quick_lines(const rx_value *const *args, size_t count) {
     if (!are_texts(args, count, 1)) return refused;
     rx_stream *stream = rx_stream_find_given(args[0]->text());
-    bool known = stream && stream->indexed && stream->known_size >= stream->status.size && rx_stream_is_fresh(*stream);
-    return known ? count_of(stream->lines_left()) : refused;
+    if (!stream || !stream->indexed || !rx_stream_check(*stream)) return refused;
+    return stream->known_size >= stream->status.size ? count_of(stream->lines_left()) : refused;
 }
 
 rx_plain bu_quick_abs(const rx_value *const *args, size_t count) {

@@ -1,7 +1,8 @@
 // Assignment: whole variables, stems, and the index forms that overwrite a part of a variable's text.
+#include "engine/assign.h"
+
 #include "engine/clauses.h"
 #include "engine/index.h"
-#include "engine/quick.h"
 #include "engine/trace.h"
 
 #include <array>
@@ -189,49 +190,6 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
-/// A number for a variable that holds one: it isn't pinned, nor are its words remembered, for only texts are.
-inline void replace_number(rx_var &var, rx_plain number) {
-    rx_put_plain(var.value, number);
-    var.generation++;
-}
-
-/// A number for a compound that holds none yet. `element` is what rx_var_element has found.
-[[gnu::noinline]] void store_first(const rx_symbol &target, rx_var *element, rx_plain number) {
-    if (element && rx_enter_element(target, *element)) {
-        rx_put_plain(element->value, number);
-        element->state = RX_SET;
-        return;
-    }
-    if (target.whole_stem) return rx_var_assign(target, rx_value_of(number));
-    rx_var_store(rx_var_entry(target), rx_value_of(number));
-}
-
-/// Assigns a number that the quick road yields, or a constant: straight into the record of a variable that holds a
-/// number already. False: nothing has happened.
-inline bool store_number(const rx_assign_clause &clause) {
-    rx_plain plain;
-    if (clause.value->type == OP_NODE) {
-        if (!rx_try_quick(*clause.value->op, plain)) return false;
-    } else {
-        plain = rx_plain_of(*clause.value->literal->number);
-    }
-    const rx_symbol &target = *clause.target->symbol;
-    if (!target.compound()) {
-        rx_var &var = *rx_scope.value.row[target.place].var();
-        if (!var.value.is_number()) [[unlikely]]
-            rx_var_store(rx_var_entry(target), rx_value_of(plain));
-        else
-            replace_number(var, plain);
-    } else {
-        rx_var *element = rx_var_element(target);
-        if (!element || !element->value.is_number()) [[unlikely]]
-            store_first(target, element, plain);
-        else
-            replace_number(*element, plain);
-    }
-    return true;
-}
-
 /// A value for a simple variable: nothing that happens on the right can change which variable that is.
 [[gnu::noinline]] void assign_plain(const rx_assign_clause &clause) {
     const rx_symbol &target = *clause.target->symbol;
@@ -287,12 +245,26 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
 
 } // namespace
 
+[[gnu::noinline]] void rx_store_first(const rx_symbol &target, rx_var *element, rx_plain number) {
+    if (element && rx_enter_element(target, *element)) {
+        rx_put_plain(element->value, number);
+        element->state = RX_SET;
+        return;
+    }
+    if (target.whole_stem) return rx_var_assign(target, rx_value_of(number));
+    rx_var_store(rx_var_entry(target), rx_value_of(number));
+}
+
+[[gnu::noinline]] void rx_store_first(const rx_symbol &target, rx_plain number) {
+    rx_var_store(rx_var_entry(target), rx_value_of(number));
+}
+
 void rx_assign(const rx_assign_clause &clause) {
     if (clause.road == ASSIGN_UNKNOWN) [[unlikely]]
         clause.road = choose_road(clause);
     if (clause.road != ASSIGN_GENERAL && (rx_settings->trace & TRACE_CLAUSES) == 0) [[likely]] {
         if (clause.road == ASSIGN_PLAIN) return assign_plain(clause);
-        if (clause.road == ASSIGN_NUMBER ? store_number(clause) : append_one(clause)) return;
+        if (clause.road == ASSIGN_NUMBER ? rx_store_number(clause) : append_one(clause)) return;
     }
     assign_in_general(clause);
 }

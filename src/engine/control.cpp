@@ -5,11 +5,6 @@
 #include "engine/trace.h"
 
 [[gnu::noinline]] bool rx_condition_with_care(const rx_expr *cond, int level, const rx_condition_words &words) {
-    if (cond->type == SYMBOL && level == 0) {
-        if (const rx_value *ready = rx_var_peek(*cond->symbol);
-            ready && ready->is_number() && (ready->real == 0 || ready->real == 1))
-            return ready->real != 0;
-    }
     rx_value scratch;
     const rx_value &value = rx_view(cond, level, scratch);
     if (level) {

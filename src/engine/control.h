@@ -25,16 +25,29 @@ struct rx_condition_words {
 };
 inline constexpr rx_condition_words rx_plain_condition{"Expression evaluates to ", ""};
 
+/// The entry of a symbol where it is found at once, perhaps unset; else null.
+inline const rx_var *rx_glance(const rx_symbol &symbol) {
+    return symbol.compound() ? rx_var_element(symbol) : rx_scope.value.row[symbol.place].var();
+}
+
 /// Evaluates a condition that isn't on the quick road.
 bool rx_condition_with_care(const rx_expr *cond, int level, const rx_condition_words &words);
 
 /// Evaluates a condition. When it is no truth value: error 34 at the condition, the extra text being its value between
 /// the words.
 inline bool rx_condition_holds(const rx_expr *cond, int level, const rx_condition_words &words) {
-    if (rx_plain plain; level == 0 && rx_try_quick(cond, plain)) [[likely]] {
-        // As integers: a comparison of doubles takes longer.
-        auto bits = std::bit_cast<uint64_t>(plain.real);
-        if (bits == 0 || bits == std::bit_cast<uint64_t>(1.0)) return bits != 0;
+    // As integers: a comparison of doubles takes longer.
+    auto truth = [](double number, bool &holds) {
+        auto bits = std::bit_cast<uint64_t>(number);
+        holds = bits != 0;
+        return bits == 0 || bits == std::bit_cast<uint64_t>(1.0);
+    };
+    bool holds;
+    if (level == 0 && cond->type == OP_NODE) [[likely]] {
+        if (rx_plain plain; rx_try_quick(*cond->op, plain) && truth(plain.real, holds)) return holds;
+    } else if (level == 0 && cond->type == SYMBOL) {
+        const rx_var *var = rx_glance(*cond->symbol);
+        if (var && var->value.is_number() && truth(var->value.real, holds)) return holds;
     }
     return rx_condition_with_care(cond, level, words);
 }

@@ -1,3 +1,4 @@
+#include "engine/assign.h"
 #include "engine/clauses.h"
 #include "engine/control.h"
 #include "engine/host.h"
@@ -53,9 +54,18 @@ rx_flow loop_exit(const rx_name_clause &clause, rx_flow flow) {
     return rx_flow::next;
 }
 
+/// True when an assignment was taken on its quick road.
+[[gnu::always_inline]] inline bool assigned_quickly(const rx_assign_clause &clause) {
+    return clause.road == ASSIGN_NUMBER && (rx_settings.value.trace & TRACE_CLAUSES) == 0 && rx_store_number(clause);
+}
+
+inline void assign(const rx_assign_clause &clause) {
+    if (!assigned_quickly(clause)) rx_assign(clause);
+}
+
 inline rx_flow run_clause(const rx_clause *clause) {
     switch (clause->kind) {
-    case CL_ASSIGN: rx_assign(as<rx_assign_clause>(clause)); break;
+    case CL_ASSIGN: assign(as<rx_assign_clause>(clause)); break;
     case CL_IF: return rx_if(as<rx_if_clause>(clause));
     case CL_DO: return rx_do(as<rx_do_clause>(clause));
     case CL_SELECT: return rx_select(as<rx_select_clause>(clause));
@@ -134,22 +144,49 @@ rx_flow rx_run_clauses(const rx_clause_cell *cell) {
     return run_chain(cell);
 }
 
+namespace {
+
+/// Rounds whose body is one assignment of a number: on its quick road nothing can happen that would end the loop early
+/// but an assignment to its variable. True: the body has run for the last value, and the loop doesn't go on this way.
+/// False: it hasn't run for that value, and its run takes more care.
+inline bool run_swift_assignments(const rx_assign_clause &clause, rx_swift_rounds &rounds) {
+    if (clause.road != ASSIGN_NUMBER || rx_numeric.value.digits < 9 ||
+        rx_settings.value.trace & (TRACE_CLAUSES | TRACE_PROMPT))
+        return false;
+    rx_value &value = rounds.control->value;
+    double current = rounds.current, by = rounds.by, bound = rounds.bound;
+    bool goes_on = true;
+    rx_error.line = clause.line;
+    while (!rx_halt_pending && rx_store_number(clause)) {
+        rx_clause_count++;
+        double next = current + by;
+        goes_on =
+            rx_head_of(value) == rx_whole_head && value.real == current && (by > 0 ? next <= bound : next >= bound);
+        if (!goes_on) break;
+        value.real = current = next;
+    }
+    rounds.current = current;
+    return !goes_on;
+}
+
+} // namespace
+
 rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds) {
     rx_check_stack();
     rx_value &value = rounds.control->value;
-    double current = rounds.current;
     uint64_t serial = rx_scope->serial;
+    bool lone = body->clause->kind == CL_ASSIGN && !body->next->clause;
     for (;;) {
+        if (lone && run_swift_assignments(as<rx_assign_clause>(body->clause), rounds)) return rx_flow::next;
+        double current = rounds.current;
         rx_flow flow = run_chain(body);
         double next = current + rounds.by;
         bool goes_on = flow == rx_flow::next && rx_head_of(value) == rx_whole_head && value.real == current &&
                        (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound) && rx_numeric.value.digits >= 9 &&
                        (rx_settings->trace & TRACE_CLAUSES) == 0 && rx_scope.value.serial == serial;
-        if (!goes_on) [[unlikely]] {
-            rounds.current = current;
+        if (!goes_on) [[unlikely]]
             return flow;
-        }
-        value.real = current = next;
+        value.real = rounds.current = next;
     }
 }
 
