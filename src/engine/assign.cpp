@@ -46,7 +46,6 @@ inline bool append_one(const rx_assign_clause &clause) {
     rx_value &record = rx_var_writable(var);
     if (op.fn->id == FX_BL) rx_append(record, " ");
     rx_append(record, text);
-    var.generation++;
     return true;
 }
 
@@ -86,10 +85,7 @@ inline bool append_one(const rx_assign_clause &clause) {
         if (pieces[i].blank) rx_append(text, " ");
         rx_append(text, pieces[i].value.text());
     }
-    if (in_place)
-        var->generation++;
-    else
-        rx_var_assign(target, std::move(base));
+    if (!in_place) rx_var_assign(target, std::move(base));
     return true;
 }
 
@@ -218,10 +214,7 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
         rx_number_buffer buffer;
         rx_trace_assignment(level, shown_name(target), rx_arg_text(value, buffer));
     }
-    if (rx_var *var = rx_var_met(target)) {
-        var->generation++;
-        return rx_var_store(*var, std::move(value));
-    }
+    if (rx_var *var = rx_var_met(target)) return rx_var_store(*var, std::move(value));
     rx_var_assign(target, std::move(value));
 }
 

@@ -240,10 +240,8 @@ void rx_set_sigl(unsigned line) {
     const rx_symbol &symbol = rx_system_symbol(RX_SIGL);
     double number = rx_own_line(**rx_program_now, line) + 1.0;
     if (rx_var_promise_again(symbol, number)) return;
-    if (rx_var *var = rx_var_met(symbol); var && var->value.is_number()) {
+    if (rx_var *var = rx_var_met(symbol); var && var->value.is_number())
         rx_put_plain(rx_var_writable(*var), {number, rx_whole_head});
-        var->generation++;
-    } else {
+    else
         rx_var_promise(symbol, number);
-    }
 }

@@ -123,9 +123,9 @@ struct controlled {
     double by = 1, to = 0, rounds_left = 0;
     bool has_to = false, has_for = false;
     rx_var *entry = nullptr; ///< of a simple control variable
-    uint32_t generation = 0;
-    uint64_t serial = 0; ///< of the scope in which the entry was found
-    bool swift = false;  ///< the variable is simple, and the kept value and the step are whole
+    double written = 0;      ///< the number that the loop has put there
+    uint64_t serial = 0;     ///< of the scope in which the entry was found
+    bool swift = false;      ///< the variable is simple, and the kept value and the step are whole
 };
 
 /// A whole number of at most this size is spelled with nine digits, and so is the next one.
@@ -156,7 +156,10 @@ rx_value start_value(double start) {
 void remember(controlled &state) {
     rx_var *var = control_of(state).compound() ? nullptr : rx_var_find(control_of(state));
     state.entry = var;
-    state.generation = var ? var->generation : 0;
+    if (var) {
+        var->marks |= RX_CONTROLLED;
+        state.written = var->value.real;
+    }
     state.serial = rx_scope->serial;
     state.swift = var && rx_is_whole(state.current) && rx_is_whole(state.by);
 }
@@ -223,10 +226,17 @@ double guarded(double value) {
     return rx_scan_number(rx_number_text(value, digits, buffer), read) ? read : value;
 }
 
+/// True when the body has left the variable alone. (A loop inside, of the same variable, is noticed by the value.)
+bool is_untouched(const controlled &state) {
+    const rx_var *var = state.entry;
+    if (!var || var->state != RX_SET || !(var->marks & RX_CONTROLLED)) return false;
+    return !var->value.is_number() || var->value.real == state.written;
+}
+
 /// The step where the variable is no plain number that the body left alone, or where the value grows long.
 [[gnu::noinline]] void step_with_care(controlled &state) {
     rx_var *var = state.entry;
-    if (!var || var->state != RX_SET || var->generation != state.generation) {
+    if (!is_untouched(state)) {
         rx_value scratch, number;
         const rx_value &value = rx_var_get(control_of(state), scratch);
         if (!rx_number_of(value, number)) refuse_control(state, value, 41);
@@ -244,7 +254,8 @@ double guarded(double value) {
         rx_value &record = rx_var_writable(*var);
         if (!record.is_number()) record = rx_number(0);
         rx_put_plain(record, {state.current, rx_plain_head(0, rx_is_whole(state.current) ? 1 : 0)});
-        state.generation = ++var->generation;
+        var->marks |= RX_CONTROLLED;
+        state.written = state.current;
     }
 }
 
@@ -255,8 +266,7 @@ inline void step(controlled &state) {
     if (state.swift && state.serial == rx_scope.value.serial && rx_head_of(state.entry->value) == rx_whole_head &&
         state.entry->value.real == state.current && std::fabs(next) <= longest_swift && rx_numeric.value.digits >= 9)
         [[likely]] {
-        state.entry->value.real = next;
-        state.current = next;
+        state.entry->value.real = state.written = state.current = next;
     } else {
         step_with_care(state);
     }
@@ -277,7 +287,7 @@ rx_flow run_body(controlled &state) {
     if (state.has_to) bound = up ? std::min(bound, state.to) : std::max(bound, state.to);
     rx_swift_rounds rounds{.control = state.entry, .current = state.current, .by = state.by, .bound = bound};
     rx_flow flow = rx_run_swift_rounds(loop.body, rounds);
-    state.current = rounds.current;
+    state.current = state.written = rounds.current;
     return flow;
 }
 

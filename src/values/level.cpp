@@ -287,12 +287,11 @@ namespace {
 
 /// A new entry in an arena, and in the order of the level.
 rx_var *make_entry(rx_level &level, rx_arena &arena, std::string_view name) {
-    char *place = static_cast<char *>(arena.allocate(sizeof(rx_var) + name.size()));
-    rx_var *var = new (place) rx_var;
-    std::memcpy(place + sizeof(rx_var), name.data(), name.size());
-    var->name_length = static_cast<uint32_t>(name.size());
-    var->order = ++level.entered;
-    return var;
+    char *place = static_cast<char *>(arena.allocate(sizeof(rx_named_var) + name.size()));
+    auto *entry = new (place) rx_named_var{{}, name.size()};
+    std::memcpy(place + sizeof(rx_named_var), name.data(), name.size());
+    entry->var.order = ++level.entered;
+    return &entry->var;
 }
 
 } // namespace
@@ -331,7 +330,7 @@ rx_var *rx_stem::find(uint32_t index) const {
 }
 
 rx_var *rx_stem::find(std::string_view tail) const {
-    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) { return rx_same_name(var.name(), tail); });
+    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) { return rx_same_name(rx_name_of(var), tail); });
 }
 
 rx_var &rx_stem::enter(uint32_t index) {

@@ -112,7 +112,7 @@ struct rx_stem {
         for (uint64_t i = 0; i < elements.count; i++) {
             if (elements.at(i)->order) use(*elements.at(i), std::to_string(i));
         }
-        tails.for_each([&](const rx_var &var) { use(var, std::string(var.name())); });
+        tails.for_each([&](const rx_var &var) { use(var, std::string(rx_name_of(var))); });
     }
 
 private:
@@ -170,7 +170,7 @@ struct rx_level {
     rx_var *find(std::string_view name, uint64_t hash) {
         if (promised && promised->hash == hash) [[unlikely]]
             keep_promise();
-        return names.find(hash, [&](const rx_var &var) { return rx_same_name(var.name(), name); });
+        return names.find(hash, [&](const rx_var &var) { return rx_same_name(rx_name_of(var), name); });
     }
     void keep_promise();
     bool lengthen_row();

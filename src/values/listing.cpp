@@ -82,9 +82,9 @@ std::string rx_show_vars(unsigned number) {
     if (level->promised) level->keep_promise();
 
     std::vector<listed> all;
-    for (const rx_var *var : level->entries) add(all, std::string(var->name()), *var);
+    for (const rx_var *var : level->entries) add(all, std::string(rx_name_of(*var)), *var);
     for (const auto &stem : level->stems) {
-        if (stem->key) add(all, std::string(stem->key->name()), *stem->key);
+        if (stem->key) add(all, std::string(rx_name_of(*stem->key)), *stem->key);
         stem->for_each_tail(
             [&](const rx_var &var, const std::string &tail) { add(all, std::string(stem->name) + "." + tail, var); });
     }

@@ -224,24 +224,19 @@ const rx_value &get_compound(const rx_symbol &symbol, rx_value &scratch, rx_read
     return uninitialised(compound_name(symbol, tails), scratch, how);
 }
 
-/// The entry for an assignment, found or made; the generation of one that was there is raised.
-rx_var &touched(rx_var &var, bool found) {
-    if (found) var.generation++;
-    return var;
-}
-
-/// The same for a compound; one that was left over from an earlier call takes its place in the order anew.
-rx_var &touched_compound(rx_stem &stem, rx_var &var) {
+/// The entry of a compound for an assignment; one that was left over from an earlier call takes its place in the order
+/// anew.
+rx_var &entered_again(rx_stem &stem, rx_var &var) {
     if (var.marks & RX_LEFT_OVER) [[unlikely]]
         var.order = ++stem.level->entered;
-    return touched(var, true);
+    return var;
 }
 
 rx_var &simple_entry(rx_level *level, std::string_view name, uint64_t hash) {
     for (;;) {
         rx_var *var = level->find(name, hash);
         if (!var) return level->enter(name, hash);
-        if (var->state != RX_EXPOSED) return touched(*var, true);
+        if (var->state != RX_EXPOSED) return *var;
         level = rx_owner_of(*var);
     }
 }
@@ -253,21 +248,18 @@ rx_var &compound_entry(const rx_symbol &symbol) {
         stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
         note_meaning(symbol.stem_place, symbol.stem, true, &stem->elements);
     }
-    if (symbol.whole_stem) {
-        bool found = stem->key != nullptr;
-        return touched(stem->enter_key(), found);
-    }
+    if (symbol.whole_stem) return stem->enter_key();
     if (int64_t index = ready_index(symbol); index >= 0) {
         rx_var *var = stem->find(static_cast<uint32_t>(index));
         if (!var) return stem->enter(static_cast<uint32_t>(index));
-        if (var->state != RX_EXPOSED) return touched_compound(*stem, *var);
+        if (var->state != RX_EXPOSED) return entered_again(*stem, *var);
     }
     resolved_tails tails;
     resolve_tails(symbol, tails);
     for (;;) {
         rx_var *var = find_tail(*stem, tails);
         if (!var) return enter_tail(*stem, tails);
-        if (var->state != RX_EXPOSED) return touched_compound(*stem, *var);
+        if (var->state != RX_EXPOSED) return entered_again(*stem, *var);
         level = rx_owner_of(*var);
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
@@ -378,7 +370,7 @@ rx_var *rx_var_find(const rx_symbol &symbol) {
 
 rx_var &rx_var_entry(const rx_symbol &symbol) {
     if (symbol.compound()) return compound_entry(symbol);
-    if (rx_var *var = find_simple(symbol)) return touched(*var, true);
+    if (rx_var *var = find_simple(symbol)) return *var;
     rx_var &var = simple_entry(rx_scope->level, symbol.name, symbol.hash);
     note_meaning(symbol.place, symbol.name, false, &var);
     return var;
@@ -491,19 +483,13 @@ void rx_expose(const rx_symbol &symbol) {
     resolved_tails tails;
     if (!symbol.compound()) {
         var = level->find(symbol.name, symbol.hash);
-        if (var)
-            var->generation++;
-        else
-            var = &level->enter(symbol.name, symbol.hash);
+        if (!var) var = &level->enter(symbol.name, symbol.hash);
     } else {
         rx_stem *stem = level->find_stem(symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
         if (!symbol.whole_stem) resolve_tails(symbol, tails);
         var = symbol.whole_stem ? stem->key : find_tail(*stem, tails);
-        if (var)
-            var->generation++;
-        else
-            var = symbol.whole_stem ? &stem->enter_key() : &enter_tail(*stem, tails);
+        if (!var) var = symbol.whole_stem ? &stem->enter_key() : &enter_tail(*stem, tails);
     }
     drop_entry(*var);
     var->state = RX_EXPOSED;

@@ -32,24 +32,33 @@
 
 enum rx_var_state : uint8_t { RX_DROPPED = 0, RX_SET = 1, RX_EXPOSED = 2 };
 
-/// An entry; its name lies behind it. A record of zero bytes is one that nobody has entered: unset, its order 0.
+/// An entry. A record of zero bytes is one that nobody has entered: unset, its order 0. Half a line of the processor's
+/// cache, so that an element of a stem never lies in two.
 struct rx_var {
-    rx_value value;          ///< meaningful in state RX_SET
-    uint32_t generation = 0; ///< assignments to the entry after the first
-    uint32_t order = 0;      ///< of entry in its level, from 1
-    uint32_t name_length = 0;
-    uint16_t pins = 0; ///< how many rx_pin hold the value, usually none; the largest number stands for more
+    rx_value value;     ///< meaningful in state RX_SET
+    uint32_t order = 0; ///< of entry in its level, from 1
+    uint16_t pins = 0;  ///< how many rx_pin hold the value, usually none; the largest number stands for more
     rx_var_state state = RX_DROPPED;
     uint8_t marks = 0; ///< rx_var_mark; every writer takes them away
-
-    /// A simple name or a stem's key, or the tail of a compound; an element of a stem has none.
-    std::string_view name() const { return {reinterpret_cast<const char *>(this + 1), name_length}; }
 };
-static_assert(sizeof(rx_var) == 40);
+static_assert(sizeof(rx_var) == 32);
+
+/// An entry with a name behind it: a simple one, a stem's key, or the tail of a compound. All have one but the elements
+/// of a stem.
+struct rx_named_var {
+    rx_var var;
+    size_t length;
+
+    std::string_view name() const { return {reinterpret_cast<const char *>(this + 1), length}; }
+};
+inline std::string_view rx_name_of(const rx_var &var) {
+    return reinterpret_cast<const rx_named_var &>(var).name();
+}
 
 enum rx_var_mark : uint8_t {
     RX_REMEMBERED = 1, ///< set by the word functions, which remember a text's words
     RX_LEFT_OVER = 2,  ///< the entry was made by an earlier call of the routine and is unset: it isn't shown
+    RX_CONTROLLED = 4, ///< set by a loop that has given the variable its value
 };
 
 struct rx_level;
@@ -178,8 +187,7 @@ void rx_var_promise(const rx_symbol &symbol, double whole);
 /// The same where it was the last promise of the level in force, which nobody has called in; else false.
 bool rx_var_promise_again(const rx_symbol &symbol, double whole);
 
-/// The entry that an assignment to the symbol goes to. One that was there has its generation raised, a missing one is
-/// made (state RX_DROPPED).
+/// The entry that an assignment to the symbol goes to; a missing one is made (state RX_DROPPED).
 rx_var &rx_var_entry(const rx_symbol &symbol);
 
 /// The existing entry that a read of the symbol would use, or null; never a stem's default.
@@ -196,8 +204,7 @@ inline rx_value &rx_var_writable(rx_var &var) {
     return var.value;
 }
 
-/// Stores into an entry that an assignment has found or made. A new one has state RX_DROPPED and order of entry only;
-/// `rx_var_entry` raised the generation of one that was there.
+/// Stores into an entry that an assignment has found or made. A new one has state RX_DROPPED and order of entry only.
 inline void rx_var_store(rx_var &var, rx_value &&value) {
     rx_var_writable(var) = std::move(value);
     var.state = RX_SET;
