@@ -146,6 +146,36 @@ rx_flow rx_run_clauses(const rx_clause_cell *cell) {
 
 namespace {
 
+/// Such rounds where the target is an element of a stem whose tail is the loop's variable, `a.i = 0`: as far as the
+/// element is there or can be entered at its place.
+inline void fill_swiftly(const rx_assign_clause &clause, rx_swift_rounds &rounds) {
+    const rx_symbol &target = *clause.target->symbol;
+    const rx_meaning *row = rx_scope.value.row;
+    if (row[target.index_place].found != rounds.control || !row[target.stem_place].met()) return;
+    const rx_elements &elements = *row[target.stem_place].elements();
+    const rx_op *op = clause.value->type == OP_NODE ? clause.value->op : nullptr;
+    rx_plain plain = op ? rx_plain{} : rx_plain_of(*clause.value->literal->number);
+    rx_value &value = rounds.control->value;
+    double by = rounds.by, last = rounds.bound - by;
+    // Elements that lie far apart are asked for some rounds before they are needed.
+    double ahead = by * 12;
+    while (!rx_halt_pending && (by > 0 ? rounds.current <= last : rounds.current >= last)) {
+        double current = rounds.current;
+        auto index = static_cast<uint64_t>(static_cast<int64_t>(current));
+        if (index >= elements.count || (index == 0 && std::signbit(current))) return;
+        rx_var &element = *elements.at(index);
+        if (op && !rx_try_quick(*op, plain)) return;
+        if (!element.value.is_number() && (element.order || !rx_enter_element(target, element))) return;
+        rx_put_plain(element.value, plain);
+        element.state = RX_SET;
+        element.marks = 0;
+        auto later = static_cast<uint64_t>(static_cast<int64_t>(current + ahead));
+        if (later < elements.count) __builtin_prefetch(elements.at(later), 1);
+        rx_clause_count++;
+        value.real = rounds.current = current + by;
+    }
+}
+
 /// Rounds whose body is one assignment of a number: on its quick road nothing can happen that would end the loop early
 /// but an assignment to its variable. True: the body has run for the last value, and the loop doesn't go on this way.
 /// False: it hasn't run for that value, and its run takes more care.
@@ -154,9 +184,11 @@ inline bool run_swift_assignments(const rx_assign_clause &clause, rx_swift_round
         rx_settings.value.trace & (TRACE_CLAUSES | TRACE_PROMPT))
         return false;
     rx_value &value = rounds.control->value;
-    double current = rounds.current, by = rounds.by, bound = rounds.bound;
+    double by = rounds.by, bound = rounds.bound;
     bool goes_on = true;
     rx_error.line = clause.line;
+    if (clause.target->symbol->compound()) fill_swiftly(clause, rounds);
+    double current = rounds.current;
     while (!rx_halt_pending && rx_store_number(clause)) {
         rx_clause_count++;
         double next = current + by;
