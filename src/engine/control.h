@@ -7,6 +7,7 @@
 
 /// The rounds of a controlled loop that has no condition and no FOR and steps through whole numbers.
 struct rx_swift_rounds {
+    const rx_do_clause *loop;
     rx_var *control; ///< the control variable
     double current;  ///< its value in this round
     double by;       ///< not 0
@@ -15,9 +16,15 @@ struct rx_swift_rounds {
 
 /// Runs the body for the current value, then goes round as long as nothing else happens than the body, the step and the
 /// end test: nobody traces, names mean what they meant, the variable holds the number that the loop gave it, the body
-/// ends in `next`. The flow is that of the last run of the body, for which `current` is the value; its step has not
+/// ends in `next` or in an ITERATE of this loop. The flow is that of the last run of the body, for which `current` is the value; its step has not
 /// been taken.
 rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds);
+
+/// True when a pending LEAVE or ITERATE is for this loop.
+inline bool rx_is_of_loop(const rx_do_clause &loop) {
+    std::string_view name = rx_walk.value.loop_name;
+    return name.empty() || (loop.control && loop.control->text == name);
+}
 
 /// The words around a condition's value in the message for one that is no truth value.
 struct rx_condition_words {

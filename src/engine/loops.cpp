@@ -19,12 +19,6 @@ constexpr loop_words forever_words{{"WHILE expression evaluates to ", ""}, {"UNT
 constexpr loop_words controlled_words{{"WHILE expression evaluates to \"", "\""},
                                       {"UNTIL expression evaluates to \"", "\""}};
 
-/// True when the pending LEAVE or ITERATE is for this loop.
-bool is_mine(const rx_do_clause &loop) {
-    std::string_view name = rx_walk->loop_name;
-    return name.empty() || (loop.control && loop.control->text == name);
-}
-
 bool tracing_clauses() {
     return (rx_settings->trace & TRACE_CLAUSES) != 0;
 }
@@ -43,8 +37,8 @@ template <class More, class Body, class Step>
             return rx_flow::next;
         rx_flow flow = body();
         if (flow != rx_flow::next) [[unlikely]] {
-            if (flow == rx_flow::leave && is_mine(loop)) return rx_flow::next;
-            if (flow != rx_flow::iterate || !is_mine(loop)) return flow;
+            if (flow == rx_flow::leave && rx_is_of_loop(loop)) return rx_flow::next;
+            if (flow != rx_flow::iterate || !rx_is_of_loop(loop)) return flow;
         }
         if (loop.cond_kind == DO_UNTIL && rx_condition_holds(loop.cond, level, words.until_words)) return rx_flow::next;
         if (tracing_clauses()) [[unlikely]]
@@ -285,7 +279,8 @@ rx_flow run_body(controlled &state) {
     bool up = state.by > 0;
     double bound = up ? longest_swift : -longest_swift;
     if (state.has_to) bound = up ? std::min(bound, state.to) : std::max(bound, state.to);
-    rx_swift_rounds rounds{.control = state.entry, .current = state.current, .by = state.by, .bound = bound};
+    rx_swift_rounds rounds{
+        .loop = &loop, .control = state.entry, .current = state.current, .by = state.by, .bound = bound};
     rx_flow flow = rx_run_swift_rounds(loop.body, rounds);
     state.current = state.written = rounds.current;
     return flow;

@@ -212,13 +212,16 @@ rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds)
         if (lone && run_swift_assignments(as<rx_assign_clause>(body->clause), rounds)) return rx_flow::next;
         double current = rounds.current;
         rx_flow flow = run_chain(body);
+        bool iterated = flow == rx_flow::iterate && rx_is_of_loop(*rounds.loop);
         double next = current + rounds.by;
-        bool goes_on = flow == rx_flow::next && rx_head_of(value) == rx_whole_head && value.real == current &&
-                       (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound) && rx_numeric.value.digits >= 9 &&
-                       (rx_settings->trace & TRACE_CLAUSES) == 0 && rx_scope.value.serial == serial;
+        bool goes_on = (flow == rx_flow::next || iterated) && rx_head_of(value) == rx_whole_head &&
+                       value.real == current && (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound) &&
+                       rx_numeric.value.digits >= 9 && (rx_settings->trace & TRACE_CLAUSES) == 0 &&
+                       rx_scope.value.serial == serial;
         if (!goes_on) [[unlikely]]
             return flow;
         value.real = rounds.current = next;
+        if (iterated) rx_poll_between_clauses();
     }
 }
 

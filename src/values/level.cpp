@@ -141,7 +141,11 @@ void unset(rx_var &var) {
 
 /// Unsets the entries of a level that holds numbers and short texts only, which need no release. False: there is more.
 inline bool unset_numbers(rx_level &level) {
-    bool all = level.stems.empty();
+    bool all = true;
+    for (const auto &stem : level.stems) {
+        bool exposed = stem->key && stem->key->state == RX_EXPOSED;
+        all &= exposed && stem->elements.count == 0 && stem->tails.used == 0;
+    }
     for (rx_var *var : level.entries) {
         if (var->state == RX_EXPOSED) continue;
         if (var->value.is_string() && var->value.storage != RX_INLINE) {
