@@ -158,19 +158,18 @@ inline void fill_swiftly(const rx_assign_clause &clause, rx_swift_rounds &rounds
     rx_value &value = rounds.control->value;
     double by = rounds.by, last = rounds.bound - by;
     // Elements that lie far apart are asked for some rounds before they are needed.
-    double ahead = by * 12;
+    double ahead = std::fabs(by) < 1e6 ? by * 12 : 0;
     while (!rx_halt_pending && (by > 0 ? rounds.current <= last : rounds.current >= last)) {
         double current = rounds.current;
-        auto index = static_cast<uint64_t>(static_cast<int64_t>(current));
-        if (index >= elements.count || (index == 0 && std::signbit(current))) return;
-        rx_var &element = *elements.at(index);
+        if (std::signbit(current) || current >= elements.limit) return;
+        rx_var &element = *elements.at(static_cast<uint64_t>(current));
         if (op && !rx_try_quick(*op, plain)) return;
         if (!element.value.is_number() && (element.order || !rx_enter_element(target, element))) return;
         rx_put_plain(element.value, plain);
         element.state = RX_SET;
         element.marks = 0;
-        auto later = static_cast<uint64_t>(static_cast<int64_t>(current + ahead));
-        if (later < elements.count) __builtin_prefetch(elements.at(later), 1);
+        double later = current + ahead;
+        if (later >= 0 && later < elements.limit) __builtin_prefetch(elements.at(static_cast<uint64_t>(later)), 1);
         rx_clause_count++;
         value.real = rounds.current = current + by;
     }

@@ -383,6 +383,7 @@ void rx_stem::make_room(uint64_t index) {
         void *place = take_segment(size * sizeof(rx_var));
         elements.start[segment] = reinterpret_cast<uintptr_t>(place) - first * sizeof(rx_var);
         elements.count = first + size;
+        elements.limit = static_cast<double>(elements.count);
     }
 }
 
@@ -419,6 +420,7 @@ void rx_stem::forget_all() {
         elements.start[rx_elements::segment_of(first)] = 0;
     });
     elements.count = 0;
+    elements.limit = 0;
     in_elements = 0;
     sparse = false;
     tails.clear();

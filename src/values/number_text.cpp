@@ -125,6 +125,14 @@ size_t make_engineering(char *text, size_t length, size_t letter, int digits) {
 std::string_view rx_number_text_at(double number, int decimals, int digits, rx_number_buffer &buffer) {
     if (number == HUGE_VAL) rx_raise(42);
     char *text = buffer.bytes;
+    if (number >= 1 && number < 1e7 && decimals <= 0 && digits >= 7) {
+        auto whole = static_cast<uint32_t>(number);
+        if (whole == number) [[likely]] {
+            rx_digits short_text = rx_digits_of(whole);
+            std::memcpy(text, &short_text.bytes, sizeof short_text.bytes);
+            return {text, short_text.length};
+        }
+    }
     auto [length, point, exponent] = print_general(text, number, digits);
     if (exponent != 0) {
         size_t leading = exponent + 2;

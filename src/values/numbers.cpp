@@ -179,19 +179,12 @@ namespace {
 
 /// Makes the record, which owns no text, that of a whole number of at most seven characters, with the number beside it.
 void put_short_text(rx_value &record, int32_t number) {
-    // The digits come from the last to the first, and each moves the others up by a byte.
-    static_assert(std::endian::native == std::endian::little);
-    uint64_t text = 0, length = 0;
-    auto put = [&](uint32_t character) {
-        text = text << 8 | character;
+    rx_digits digits = rx_digits_of(static_cast<uint32_t>(std::abs(number)));
+    uint64_t text = digits.bytes, length = digits.length;
+    if (number < 0) {
+        text = text << 8 | '-';
         length++;
-    };
-    auto left = static_cast<uint32_t>(std::abs(number));
-    do {
-        put('0' + left % 10);
-        left /= 10;
-    } while (left != 0);
-    if (number < 0) put('-');
+    }
     uint64_t head = length << 32 | 1u << 16 | RX_STRING;
     std::memcpy(static_cast<void *>(&record), &head, sizeof head);
     std::memcpy(record.carried.text, &text, sizeof text);

@@ -10,6 +10,7 @@
 #include "base/run_local.h"
 #include "values/value.h"
 
+#include <bit>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -63,6 +64,25 @@ inline bool rx_is_whole(double number) {
 [[gnu::noinline]] double rx_round_fraction(double number, int digits);
 inline double rx_round_digits(double number, int digits) {
     return digits >= 15 || rx_is_whole(number) ? number : rx_round_fraction(number, digits);
+}
+
+/// Up to seven digits in the bytes of a word, the first one lowest, zeros behind.
+struct rx_digits {
+    uint64_t bytes = 0;
+    unsigned length = 0;
+};
+
+/// The digits of a number below 10^7.
+inline rx_digits rx_digits_of(uint32_t number) {
+    static_assert(std::endian::native == std::endian::little);
+    // They come from the last to the first, and each moves the others up by a byte.
+    rx_digits digits;
+    do {
+        digits.bytes = digits.bytes << 8 | ('0' + number % 10);
+        digits.length++;
+        number /= 10;
+    } while (number != 0);
+    return digits;
 }
 
 /// The text of a number under the NUMERIC settings in force, in the caller's buffer. +infinity raises error 42.

@@ -71,6 +71,7 @@ struct rx_elements {
     static constexpr uint64_t most = uint64_t{16} << (segment_count - 1); ///< numbers below can be had; nine digits
     uintptr_t start[segment_count] = {}; ///< where entry 0 would lie if the segment went back that far
     uint64_t count = 0;                  ///< numbers below have a record here, perhaps one that nobody has entered
+    double limit = 0;                    ///< the same, to be compared with numbers
     rx_stem *stem = nullptr;             ///< whose they are
 
     static unsigned segment_of(uint64_t index) { return static_cast<unsigned>(std::bit_width(index | 15)) - 4; }
@@ -166,10 +167,9 @@ inline rx_var *rx_var_element(const rx_symbol &symbol) {
     const rx_value &tail = row[symbol.index_place].var()->value;
     // Ten digits don't show under NUMERIC DIGITS 9, but no element has so many; a negative zero isn't spelled like one.
     if (rx_head_of(tail) == rx_whole_head && rx_numeric.value.digits >= 9 && !std::signbit(tail.real)) [[likely]] {
-        auto index = static_cast<uint64_t>(static_cast<int64_t>(tail.real));
         const rx_elements &elements = *row[symbol.stem_place].elements();
-        if (index < elements.count) [[likely]]
-            return elements.at(index);
+        if (tail.real < elements.limit) [[likely]]
+            return elements.at(static_cast<uint64_t>(static_cast<int64_t>(tail.real)));
     }
     return rx_find_element(symbol);
 }
