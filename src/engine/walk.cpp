@@ -153,26 +153,27 @@ inline void fill_swiftly(const rx_assign_clause &clause, rx_swift_rounds &rounds
     const rx_meaning *row = rx_scope.value.row;
     if (row[target.index_place].found != rounds.control || !row[target.stem_place].met()) return;
     const rx_elements &elements = *row[target.stem_place].elements();
+    double current = rounds.current, by = rounds.by, last = rounds.bound - by;
+    if (std::signbit(current) || std::fabs(by) > 1e8) return;
+    auto index = static_cast<uint64_t>(current), step = static_cast<uint64_t>(static_cast<int64_t>(by));
     const rx_op *op = clause.value->type == OP_NODE ? clause.value->op : nullptr;
     rx_plain plain = op ? rx_plain{} : rx_plain_of(*clause.value->literal->number);
     rx_value &value = rounds.control->value;
-    double by = rounds.by, last = rounds.bound - by;
-    // Elements that lie far apart are asked for some rounds before they are needed.
-    double ahead = std::fabs(by) < 1e6 ? by * 12 : 0;
-    while (!rx_halt_pending && (by > 0 ? rounds.current <= last : rounds.current >= last)) {
-        double current = rounds.current;
-        if (std::signbit(current) || current >= elements.limit) return;
-        rx_var &element = *elements.at(static_cast<uint64_t>(current));
-        if (op && !rx_try_quick(*op, plain)) return;
-        if (!element.value.is_number() && (element.order || !rx_enter_element(target, element))) return;
+    while (!rx_halt_pending && index < elements.count && (by > 0 ? current <= last : current >= last)) {
+        rx_var &element = *elements.at(index);
+        if (op && !rx_try_quick(*op, plain)) break;
+        if (!element.value.is_number() && (element.order || !rx_enter_element(target, element))) break;
         rx_put_plain(element.value, plain);
         element.state = RX_SET;
         element.marks = 0;
-        double later = current + ahead;
-        if (later >= 0 && later < elements.limit) __builtin_prefetch(elements.at(static_cast<uint64_t>(later)), 1);
+        // Elements that lie far apart are asked for long before they are needed, for memory answers late.
+        if (uint64_t later = index + step * 64; later < elements.count) __builtin_prefetch(elements.at(later), 1);
         rx_clause_count++;
-        value.real = rounds.current = current + by;
+        index += step;
+        current += by;
+        value.real = current;
     }
+    rounds.current = current;
 }
 
 /// Rounds whose body is one assignment of a number: on its quick road nothing can happen that would end the loop early
