@@ -149,7 +149,6 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
     rx_flow flow;
     {
         call_frame frame(area.args, area.count);
-        rx_walk->result = rx_value();
         flow = rx_run_block(begin_routine(label));
     }
     // A signal that a line typed at the trace prompt made leaves the routines that the line called.
@@ -157,7 +156,7 @@ rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
         rx_before_unwinding();
         throw rx_jmp_signal{};
     }
-    return std::move(rx_walk->result);
+    return flow == rx_flow::returned ? std::move(rx_walk->result) : rx_value();
 }
 
 // ---- resolution ----------------------------------------------------------------------------------------------------

@@ -22,13 +22,14 @@
 
 namespace {
 
-/// Runs a branch. One that only goes to the loop around it, as in `if x = 0 then iterate`, is taken here.
+/// Runs a branch. One that goes away at once, as in `if x = 0 then iterate`, is taken here.
 inline rx_flow run_branch(const rx_clause_cell *branch) {
     const rx_clause *first = branch->clause;
-    bool jumps = first && (first->kind == CL_ITERATE || first->kind == CL_LEAVE);
+    bool jumps = first && (first->kind == CL_ITERATE || first->kind == CL_LEAVE || first->kind == CL_RETURN);
     if (!jumps || rx_settings.value.trace & (TRACE_CLAUSES | TRACE_PROMPT)) return rx_run_clauses(branch);
     rx_error.line = first->line;
     rx_clause_count++;
+    if (first->kind == CL_RETURN) return rx_return(*static_cast<const rx_expr_clause *>(first));
     const auto &jump = *static_cast<const rx_name_clause *>(first);
     rx_walk.value.loop_name = jump.name ? *jump.name : std::string_view();
     return first->kind == CL_ITERATE ? rx_flow::iterate : rx_flow::leave;

@@ -219,14 +219,20 @@ struct number_operand {
     rx_value value;
 
     void evaluate(const rx_operand &operand, rx_operand_use use, int which) {
+        // A routine of the program needs no look at what could be had at once.
+        if (operand.kind == OP_NODE && operand.node->op->kind == RX_CALL && rx_calls(*operand.node->op, RX_CALLS_LABEL))
+            return take_result(operand, use);
         if (ready_number(operand, use == RX_AS_NUMBER, plain)) return;
         if (operand.kind == OP_NODE && operand.node->op->kind == RX_CALL) {
-            rx_value result = function(operand.node, *operand.node->op, 0);
-            if (!take(result, use)) value = std::move(result);
+            take_result(operand, use);
         } else {
             const rx_value &found = fetch(operand, 0, use, value, which);
             if (!take(found, use) && &found != &value) value = rx_copy_value(found);
         }
+    }
+    void take_result(const rx_operand &operand, rx_operand_use use) {
+        rx_value result = function(operand.node, *operand.node->op, 0);
+        if (!take(result, use)) value = std::move(result);
     }
     /// Takes the number of a value; false: the value itself has to be kept.
     bool take(const rx_value &found, rx_operand_use use) {

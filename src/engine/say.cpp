@@ -79,8 +79,8 @@ rx_flow rx_exit(const rx_expr_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return rx_flow::next;
     rx_plain plain;
-    if (clause.expr && shown.level == 0 && rx_walk->result.is_none() && rx_try_quick(clause.expr, plain)) {
-        rx_put_plain(rx_walk->result, plain);
+    if (clause.expr && shown.level == 0 && rx_try_quick(clause.expr, plain)) {
+        rx_walk->result = rx_value_of(plain);
     } else if (clause.expr) {
         rx_walk->result = do_exec(clause.expr, shown.level);
         trace_value(shown.level, rx_walk->result);
