@@ -195,6 +195,16 @@ std::string shown_name(const rx_symbol &target) {
     rx_var_store(var, &value == &scratch ? std::move(scratch) : rx_copy_value(value));
 }
 
+/// A variable or constant for a compound. False: nothing has happened.
+[[gnu::noinline]] bool store_copy(const rx_assign_clause &clause) {
+    const rx_expr *node = clause.value;
+    const rx_value *value = node->type == STRING ? node->literal->text : rx_var_peek(*node->symbol);
+    if (!value) return false;
+    rx_value copy = rx_copy_value(*value); // the target may be where it stands
+    rx_var_store(rx_var_entry(*clause.target->symbol), std::move(copy));
+    return true;
+}
+
 /// The first look at a clause that hasn't run yet.
 [[gnu::noinline]] rx_assign_road choose_road(const rx_assign_clause &clause) {
     const rx_expr *value = clause.value;
@@ -202,7 +212,7 @@ std::string shown_name(const rx_symbol &target) {
     if (!value || clause.from || clause.to || target.bad_name || target.environment) return ASSIGN_GENERAL;
     bool constant = value->type == STRING && value->flag == 0 && value->literal->number;
     if (constant || (value->type == OP_NODE && rx_quick_candidate(*value->op))) return ASSIGN_NUMBER;
-    if (target.compound()) return ASSIGN_GENERAL;
+    if (target.compound()) return value->type == OP_NODE || target.whole_stem ? ASSIGN_GENERAL : ASSIGN_COPY;
     return joins(value) ? ASSIGN_JOINED : ASSIGN_PLAIN;
 }
 
@@ -257,7 +267,11 @@ void rx_assign(const rx_assign_clause &clause) {
         clause.road = choose_road(clause);
     if (clause.road != ASSIGN_GENERAL && (rx_settings->trace & TRACE_CLAUSES) == 0) [[likely]] {
         if (clause.road == ASSIGN_PLAIN) return assign_plain(clause);
-        if (clause.road == ASSIGN_NUMBER ? rx_store_number(clause) : append_one(clause)) return;
+        if (clause.road == ASSIGN_COPY) {
+            if (store_copy(clause)) return;
+        } else if (clause.road == ASSIGN_NUMBER ? rx_store_number(clause) : append_one(clause)) {
+            return;
+        }
     }
     assign_in_general(clause);
 }

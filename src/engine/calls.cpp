@@ -54,7 +54,7 @@ void put_text_of(rx_value &text, const rx_value &value) {
     if (value.is_number())
         rx_put_number_text(text, rx_plain_of(value));
     else
-        text = rx_copy_value(value);
+        rx_put_copy(text, value);
 }
 
 /// Evaluates one argument to its text. What most calls hand on (constants, variables, small sums and the caller's own
@@ -62,8 +62,7 @@ void put_text_of(rx_value &text, const rx_value &value) {
 void evaluate_argument(const rx_expr *node, rx_value &text, int level) {
     if (level == 0) {
         if (node->type == STRING) {
-            text = rx_copy_value(*node->literal->text);
-            return;
+            return rx_put_copy(text, *node->literal->text);
         }
         if (node->type == SYMBOL) {
             if (const rx_value *value = rx_var_cached(*node->symbol)) return put_text_of(text, *value);

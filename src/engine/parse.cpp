@@ -414,15 +414,6 @@ struct careful_walk {
     }
 };
 
-/// Replaces the value of a record by a copy of a text.
-inline void put_copy(rx_value &record, const rx_value &text) {
-    bool has_buffer = record.is_string() && record.storage == RX_HEAP;
-    if (text.storage == RX_INLINE && !has_buffer) [[likely]]
-        record.copy_words(text);
-    else
-        record = rx_copy_value(text);
-}
-
 [[gnu::noinline]] void parse_in_general(const rx_parse_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return;
@@ -448,8 +439,8 @@ bool rx_take_arguments(const rx_parse_clause &clause) {
         if (item->step == step::variable) {
             rx_var *met = rx_var_met(*item->symbol);
             rx_var &var = met ? *met : rx_var_entry(*item->symbol);
-            put_copy(rx_var_writable(var),
-                     argument < rx_routine->arg_count ? rx_routine->args[argument].text : no_argument);
+            rx_put_copy(rx_var_writable(var),
+                        argument < rx_routine->arg_count ? rx_routine->args[argument].text : no_argument);
             var.state = RX_SET;
             if (clause.upper) rx_upper(rx_bytes(var.value), var.value.length);
         }

@@ -151,7 +151,14 @@ struct rx_expr_clause : rx_clause {
 };
 
 /// How an assignment is tried first; the engine finds it out when the clause runs for the first time.
-enum rx_assign_road : uint8_t { ASSIGN_UNKNOWN, ASSIGN_NUMBER, ASSIGN_PLAIN, ASSIGN_JOINED, ASSIGN_GENERAL };
+enum rx_assign_road : uint8_t {
+    ASSIGN_UNKNOWN,
+    ASSIGN_NUMBER,
+    ASSIGN_PLAIN,
+    ASSIGN_COPY,
+    ASSIGN_JOINED,
+    ASSIGN_GENERAL
+};
 
 struct rx_assign_clause : rx_clause {
     rx_expr *target;         ///< a SYMBOL

@@ -157,6 +157,15 @@ inline rx_value rx_copy_value(const rx_value &value) {
     return copy;
 }
 
+/// Replaces the value of a record by a copy of another, which owns its text.
+inline void rx_put_copy(rx_value &record, const rx_value &value) {
+    bool has_buffer = record.kind == RX_STRING && record.storage == RX_HEAP;
+    if (value.storage == RX_INLINE && !has_buffer) [[likely]]
+        record.copy_words(value);
+    else
+        record = rx_copy_value(value);
+}
+
 /// Makes the string one that owns its text with room for `capacity` bytes, so that it can be changed in place.
 void rx_reserve(rx_value &string, size_t capacity);
 
