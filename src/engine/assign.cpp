@@ -43,7 +43,7 @@ inline bool append_one(const rx_assign_clause &clause) {
     rx_number_buffer buffer;
     std::string_view text = rx_arg_text(*piece, buffer);
     rx_var &var = *rx_var_met(target);
-    rx_value &record = rx_var_writable(var);
+    rx_value &record = rx_var_assigned(var);
     if (op.fn->id == FX_BL) rx_append(record, " ");
     rx_append(record, text);
     return true;
@@ -80,7 +80,7 @@ inline bool append_one(const rx_assign_clause &clause) {
         if (!pin.untouched()) base = rx_copy_value(pin.value());
     }
     bool in_place = base.is_none();
-    rx_value &text = in_place ? rx_var_writable(*var) : base;
+    rx_value &text = in_place ? rx_var_assigned(*var) : base;
     for (size_t i = count; i-- > 0;) {
         if (pieces[i].blank) rx_append(text, " ");
         rx_append(text, pieces[i].value.text());

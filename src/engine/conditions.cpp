@@ -241,7 +241,7 @@ void rx_set_sigl(unsigned line) {
     double number = rx_own_line(**rx_program_now, line) + 1.0;
     if (rx_var_promise_again(symbol, number)) return;
     if (rx_var *var = rx_var_met(symbol); var && var->value.is_number())
-        rx_put_plain(rx_var_writable(*var), {number, rx_whole_head});
+        rx_put_plain(rx_var_assigned(*var), {number, rx_whole_head});
     else
         rx_var_promise(symbol, number);
 }

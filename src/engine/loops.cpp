@@ -282,7 +282,8 @@ rx_flow run_body(controlled &state) {
     rx_swift_rounds rounds{
         .loop = &loop, .control = state.entry, .current = state.current, .by = state.by, .bound = bound};
     rx_flow flow = rx_run_swift_rounds(loop.body, rounds);
-    state.current = state.written = rounds.current;
+    // In the first round the variable may hold more digits than the loop counts with.
+    if (rounds.current != state.current) state.current = state.written = rounds.current;
     return flow;
 }
 

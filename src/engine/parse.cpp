@@ -159,7 +159,7 @@ void store_long(rx_value &record, std::string_view text) {
 
 /// Assigns a part of a text to a variable, in the record itself where it can.
 [[gnu::always_inline]] inline void put(rx_var &var, std::string_view text, size_t from, size_t to) {
-    rx_value &record = rx_var_writable(var);
+    rx_value &record = rx_var_assigned(var);
     var.state = RX_SET;
     uint16_t kind_and_storage;
     std::memcpy(&kind_and_storage, &record, sizeof kind_and_storage);
@@ -439,7 +439,7 @@ bool rx_take_arguments(const rx_parse_clause &clause) {
         if (item->step == step::variable) {
             rx_var *met = rx_var_met(*item->symbol);
             rx_var &var = met ? *met : rx_var_entry(*item->symbol);
-            rx_put_copy(rx_var_writable(var),
+            rx_put_copy(rx_var_assigned(var),
                         argument < rx_routine->arg_count ? rx_routine->args[argument].text : no_argument);
             var.state = RX_SET;
             if (clause.upper) rx_upper(rx_bytes(var.value), var.value.length);

@@ -39,7 +39,7 @@ struct rx_var {
     uint32_t order = 0; ///< of entry in its level, from 1
     uint16_t pins = 0;  ///< how many rx_pin hold the value, usually none; the largest number stands for more
     rx_var_state state = RX_DROPPED;
-    uint8_t marks = 0; ///< rx_var_mark; every writer takes them away
+    uint8_t marks = 0; ///< rx_var_mark
 };
 static_assert(sizeof(rx_var) == 32);
 
@@ -55,10 +55,11 @@ inline std::string_view rx_name_of(const rx_var &var) {
     return reinterpret_cast<const rx_named_var &>(var).name();
 }
 
+/// Every writer takes the marks away; a change in place (UPPER, `x[i] =`) leaves the last one.
 enum rx_var_mark : uint8_t {
     RX_REMEMBERED = 1, ///< set by the word functions, which remember a text's words
     RX_LEFT_OVER = 2,  ///< the entry was made by an earlier call of the routine and is unset: it isn't shown
-    RX_CONTROLLED = 4, ///< set by a loop that has given the variable its value
+    RX_CONTROLLED = 4, ///< set by a loop that has given the variable its value: nobody has assigned it since
 };
 
 struct rx_level;
@@ -200,13 +201,20 @@ void rx_save_pinned(rx_var &var);
 inline rx_value &rx_var_writable(rx_var &var) {
     if (var.pins) [[unlikely]]
         rx_save_pinned(var);
-    var.marks = 0;
+    var.marks &= RX_CONTROLLED;
     return var.value;
+}
+
+/// The same for an assignment.
+inline rx_value &rx_var_assigned(rx_var &var) {
+    rx_value &record = rx_var_writable(var);
+    var.marks = 0;
+    return record;
 }
 
 /// Stores into an entry that an assignment has found or made. A new one has state RX_DROPPED and order of entry only.
 inline void rx_var_store(rx_var &var, rx_value &&value) {
-    rx_var_writable(var) = std::move(value);
+    rx_var_assigned(var) = std::move(value);
     var.state = RX_SET;
 }
 
