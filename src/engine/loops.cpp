@@ -117,7 +117,7 @@ struct controlled {
     double by = 1, to = 0, rounds_left = 0;
     bool has_to = false, has_for = false;
     rx_var *entry = nullptr; ///< of a simple control variable
-    double written = 0;      ///< the number that the loop has put there
+    uint8_t mark = 0;        ///< what it has marked the entry with, one of RX_CONTROLLED
     uint64_t serial = 0;     ///< of the scope in which the entry was found
     bool swift = false;      ///< the variable is simple, and the kept value and the step are whole
 };
@@ -147,12 +147,24 @@ rx_value start_value(double start) {
     return value;
 }
 
+/// Marks the variable as given its value by this loop.
+void mark(const controlled &state) {
+    state.entry->marks = static_cast<uint8_t>((state.entry->marks & ~RX_CONTROLLED) | state.mark);
+}
+
+/// A mark that no loop around this one has, unless there are more than sixty.
+uint8_t next_mark() {
+    static constinit unsigned last = 0;
+    last = last % 63 + 1;
+    return static_cast<uint8_t>(last << 2);
+}
+
 void remember(controlled &state) {
     rx_var *var = control_of(state).compound() ? nullptr : rx_var_find(control_of(state));
     state.entry = var;
     if (var) {
-        var->marks |= RX_CONTROLLED;
-        state.written = var->value.real;
+        state.mark = next_mark();
+        mark(state);
     }
     state.serial = rx_scope->serial;
     state.swift = var && rx_is_whole(state.current) && rx_is_whole(state.by);
@@ -220,11 +232,10 @@ double guarded(double value) {
     return rx_scan_number(rx_number_text(value, digits, buffer), read) ? read : value;
 }
 
-/// True when the body has left the variable alone. (A loop inside, of the same variable, is noticed by the value.)
+/// True when the body has left the variable alone.
 bool is_untouched(const controlled &state) {
     const rx_var *var = state.entry;
-    if (!var || var->state != RX_SET || !(var->marks & RX_CONTROLLED)) return false;
-    return !var->value.is_number() || var->value.real == state.written;
+    return var && var->state == RX_SET && (var->marks & RX_CONTROLLED) == state.mark;
 }
 
 /// The step where the variable is no plain number that the body left alone, or where the value grows long.
@@ -248,8 +259,7 @@ bool is_untouched(const controlled &state) {
         rx_value &record = rx_var_writable(*var);
         if (!record.is_number()) record = rx_number(0);
         rx_put_plain(record, {state.current, rx_plain_head(0, rx_is_whole(state.current) ? 1 : 0)});
-        var->marks |= RX_CONTROLLED;
-        state.written = state.current;
+        mark(state);
     }
 }
 
@@ -260,7 +270,7 @@ inline void step(controlled &state) {
     if (state.swift && state.serial == rx_scope.value.serial && rx_head_of(state.entry->value) == rx_whole_head &&
         state.entry->value.real == state.current && std::fabs(next) <= longest_swift && rx_numeric.value.digits >= 9)
         [[likely]] {
-        state.entry->value.real = state.written = state.current = next;
+        state.entry->value.real = state.current = next;
     } else {
         step_with_care(state);
     }
@@ -282,8 +292,7 @@ rx_flow run_body(controlled &state) {
     rx_swift_rounds rounds{
         .loop = &loop, .control = state.entry, .current = state.current, .by = state.by, .bound = bound};
     rx_flow flow = rx_run_swift_rounds(loop.body, rounds);
-    // In the first round the variable may hold more digits than the loop counts with.
-    if (rounds.current != state.current) state.current = state.written = rounds.current;
+    state.current = rounds.current;
     return flow;
 }
 

@@ -55,11 +55,12 @@ inline std::string_view rx_name_of(const rx_var &var) {
     return reinterpret_cast<const rx_named_var &>(var).name();
 }
 
-/// Every writer takes the marks away; a change in place (UPPER, `x[i] =`) leaves the last one.
+/// Every writer takes the marks away; a change in place (UPPER, `x[i] =`) leaves those of loops.
 enum rx_var_mark : uint8_t {
     RX_REMEMBERED = 1, ///< set by the word functions, which remember a text's words
     RX_LEFT_OVER = 2,  ///< the entry was made by an earlier call of the routine and is unset: it isn't shown
-    RX_CONTROLLED = 4, ///< set by a loop that has given the variable its value: nobody has assigned it since
+    RX_CONTROLLED =
+        0xFC, ///< six bits that a loop has set which gave the variable its value: nobody has assigned it since
 };
 
 struct rx_level;
