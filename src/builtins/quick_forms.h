@@ -1,6 +1,6 @@
 // Forms of functions for the quick road (engine/quick.h), which is taken by sums, comparisons and conditions like
-// `n + length(line)` or `pos(',', text) > 0`. They do what their handlers do in the commonest case, and refuse any other:
-// see rx_quick_form.
+// `n + length(line)` or `pos(',', text) > 0`. They do what their handlers do in the commonest case, and refuse any
+// other: see rx_quick_form.
 #pragma once
 
 #include "engine/functions.h"

@@ -223,6 +223,9 @@ void run_guarded(void *argument_pointer) {
     auto &request = *static_cast<run_request *>(argument_pointer);
     // The environment in force outside the run is the one that the run begins with.
     int env_current = rx_settings->env_current, env_previous = rx_settings->env_previous;
+    struct row_settler {
+        ~row_settler() { rx_settle_row(); }
+    } behind_the_run;
     rx_context outer;
     rx_install();
     rx_env_defaults();

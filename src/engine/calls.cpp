@@ -3,6 +3,7 @@
 #include "engine/clauses.h"
 #include "engine/quick.h"
 #include "engine/trace.h"
+#include "platform/signals.h"
 #include "platform/stack.h"
 
 #include <memory>
@@ -121,11 +122,12 @@ private:
     }
 };
 
-/// Runs what a routine nearly always begins with, as far as that can neither fail nor be seen: the label, PROCEDURE where
-/// a level is kept for it, PARSE ARG with a variable for each argument. The result is the cell to go on at.
+/// Runs what a routine nearly always begins with, as far as that can neither fail nor be seen: the label, PROCEDURE
+/// where a level is kept for it, PARSE ARG with a variable for each argument. The result is the cell to go on at.
 inline const rx_clause_cell *begin_routine(const rx_label &label) {
     const rx_clause_cell *cell = label.cell;
-    if (rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F)) return cell;
+    // A halt is for the walk, too: a recursion might come to no other place that looks for it.
+    if (rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F) || rx_halt_pending) return cell;
     auto pass = [&] {
         rx_clause_count++;
         cell = cell->next;
@@ -277,14 +279,13 @@ inline rx_value call_handler_swiftly(const rx_op &call) {
 
 rx_value rx_invoke(const rx_op *call, int level) {
     // What was called before, while nobody traces.
-    if (call->target && level == 0) [[likely]] {
-        uint64_t kind = call->target_serial - ((*rx_program_now)->serial << 2);
-        if (kind == RX_CALLS_LABEL) {
+    if (level == 0) [[likely]] {
+        if (rx_calls(*call, RX_CALLS_LABEL)) {
             rx_error.line = call->name->line;
             rx_error.column = call->name->column;
             return call_label(*call, 0);
         }
-        if (kind == RX_CALLS_BUILTIN && rx_routine.value.call_level == 0) return call_handler_swiftly(*call);
+        if (rx_calls(*call, RX_CALLS_BUILTIN) && rx_routine.value.call_level == 0) return call_handler_swiftly(*call);
     }
     return invoke_with_care(call, level);
 }

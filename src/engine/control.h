@@ -16,8 +16,8 @@ struct rx_swift_rounds {
 
 /// Runs the body for the current value, then goes round as long as nothing else happens than the body, the step and the
 /// end test: nobody traces, names mean what they meant, the variable holds the number that the loop gave it, the body
-/// ends in `next` or in an ITERATE of this loop. The flow is that of the last run of the body, for which `current` is the value; its step has not
-/// been taken.
+/// ends in `next` or in an ITERATE of this loop. The flow is that of the last run of the body, for which `current` is
+/// the value; its step has not been taken.
 rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds);
 
 /// True when a pending LEAVE or ITERATE is for this loop.

@@ -110,6 +110,8 @@ rx_flow do_words(const rx_do_clause &loop, int level) {
 
 // ---- the controlled loop -------------------------------------------------------------------------------------------
 
+/// A loop marks its variable as long as it lasts. When it ends the mark goes, so that a loop around it, of the same
+/// variable, notices that it was there.
 struct controlled {
     const rx_do_clause &loop;
     int level;
@@ -117,9 +119,17 @@ struct controlled {
     double by = 1, to = 0, rounds_left = 0;
     bool has_to = false, has_for = false;
     rx_var *entry = nullptr; ///< of a simple control variable
-    uint8_t mark = 0;        ///< what it has marked the entry with, one of RX_CONTROLLED
     uint64_t serial = 0;     ///< of the scope in which the entry was found
     bool swift = false;      ///< the variable is simple, and the kept value and the step are whole
+
+    controlled(const rx_do_clause &clause, int trace_level) : loop(clause), level(trace_level) {}
+    controlled(const controlled &) = delete;
+    controlled &operator=(const controlled &) = delete;
+    ~controlled() { let_go(); }
+
+    void let_go() {
+        if (entry) entry->marks &= static_cast<uint8_t>(~RX_CONTROLLED);
+    }
 };
 
 /// A whole number of at most this size is spelled with nine digits, and so is the next one.
@@ -147,25 +157,11 @@ rx_value start_value(double start) {
     return value;
 }
 
-/// Marks the variable as given its value by this loop.
-void mark(const controlled &state) {
-    state.entry->marks = static_cast<uint8_t>((state.entry->marks & ~RX_CONTROLLED) | state.mark);
-}
-
-/// A mark that no loop around this one has, unless there are more than sixty.
-uint8_t next_mark() {
-    static constinit unsigned last = 0;
-    last = last % 63 + 1;
-    return static_cast<uint8_t>(last << 2);
-}
-
 void remember(controlled &state) {
     rx_var *var = control_of(state).compound() ? nullptr : rx_var_find(control_of(state));
+    if (state.entry != var) state.let_go();
     state.entry = var;
-    if (var) {
-        state.mark = next_mark();
-        mark(state);
-    }
+    if (var) var->marks |= RX_CONTROLLED;
     state.serial = rx_scope->serial;
     state.swift = var && rx_is_whole(state.current) && rx_is_whole(state.by);
 }
@@ -235,7 +231,7 @@ double guarded(double value) {
 /// True when the body has left the variable alone.
 bool is_untouched(const controlled &state) {
     const rx_var *var = state.entry;
-    return var && var->state == RX_SET && (var->marks & RX_CONTROLLED) == state.mark;
+    return var && var->state == RX_SET && var->marks & RX_CONTROLLED;
 }
 
 /// The step where the variable is no plain number that the body left alone, or where the value grows long.
@@ -259,7 +255,7 @@ bool is_untouched(const controlled &state) {
         rx_value &record = rx_var_writable(*var);
         if (!record.is_number()) record = rx_number(0);
         rx_put_plain(record, {state.current, rx_plain_head(0, rx_is_whole(state.current) ? 1 : 0)});
-        mark(state);
+        var->marks |= RX_CONTROLLED;
     }
 }
 
@@ -297,7 +293,7 @@ rx_flow run_body(controlled &state) {
 }
 
 rx_flow do_controlled(const rx_do_clause &loop, int level) {
-    controlled state{.loop = loop, .level = level};
+    controlled state(loop, level);
     begin(state);
     return run_rounds(
         loop, level, controlled_words, false, [&] { return has_more(state); }, [&] { return run_body(state); },

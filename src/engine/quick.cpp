@@ -276,8 +276,8 @@ bool is_at_hand(const rx_operand &operand) {
 
 bool prepare(const rx_op &op, unsigned depth);
 
-/// The same for an argument of a function.
-bool is_at_hand(const rx_expr *argument, unsigned depth) {
+/// The same for an argument of a function, which may be a sum, too.
+bool may_be_argument(const rx_expr *argument, unsigned depth) {
     if (argument->type == SYMBOL) return !argument->symbol->bad_name;
     if (argument->type != OP_NODE) return argument->type == STRING;
     return looks_like_argument(*argument->op) || (argument->op->kind == RX_DYADIC && prepare(*argument->op, depth));
@@ -288,7 +288,7 @@ bool prepare_call(const rx_op &call, unsigned depth) {
     if (!row || !row->quick) return false;
     size_t count = 0;
     for (const rx_expr *node = call.args; node; node = node->next) {
-        if (++count > rx_quick_arguments || !is_at_hand(node, depth - 1)) return false;
+        if (++count > rx_quick_arguments || !may_be_argument(node, depth - 1)) return false;
     }
     call.quick_form = row->quick;
     call.quick = call_form;

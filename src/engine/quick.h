@@ -2,7 +2,7 @@
 //
 // Most expressions of a loop are small trees of arithmetic and comparison over variables that hold numbers and over
 // constants, or over arguments of the routine. Such a tree is computed in registers, without a value record for each
-// node. The road is taken only where nothing else can happen on the way: no call, no index, no trace line, no unset
+// node. The road is taken only where nothing else can happen on the way: no routine, no index, no trace line, no unset
 // variable. Where it can't be followed to its end (an operand that is no number, a zero divide) the walk begins anew on
 // the ordinary road, which also finds the words for an error; since nothing on the quick road can be noticed, that is
 // safe. A node that often turned back isn't tried any more, and only trees of a few levels are, so that no expression
@@ -42,8 +42,7 @@ rx_plain rx_quick_compute(rx_operator_id id, rx_plain a, rx_plain b);
 /// ARG isn't known to be the built-in, or there is no such argument.
 inline const rx_value *rx_quick_argument(const rx_op &call) {
     uint32_t n = call.argument;
-    if (n == 0 || n > rx_routine.value.arg_count || call.target_serial >> 2 != rx_program_now.value->serial)
-        return nullptr;
+    if (n == 0 || n > rx_routine.value.arg_count || !rx_calls(call, RX_CALLS_BUILTIN)) return nullptr;
     return &rx_routine.value.args[n - 1].text;
 }
 
@@ -60,7 +59,7 @@ inline const rx_value &rx_matched(const rx_operand &operand, const rx_value &val
 /// Counts a failure; the last one closes the road.
 void rx_quick_failed(const rx_op &op);
 
-/// Tries a node that is nothing but arithmetic or comparison; false: take the ordinary road.
+/// Tries a node; false: take the ordinary road.
 [[gnu::always_inline]] inline bool rx_try_quick(const rx_op &op, rx_plain &result) {
     if (!rx_quick_candidate(op)) return false;
     result = op.quick(op);

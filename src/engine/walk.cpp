@@ -146,6 +146,13 @@ rx_flow rx_run_clauses(const rx_clause_cell *cell) {
 
 namespace {
 
+/// True when the variable still holds the present value, and the next one isn't past the bound.
+inline bool may_step(const rx_swift_rounds &rounds, double current, double next) {
+    const rx_value &value = rounds.control->value;
+    return rx_head_of(value) == rx_whole_head && value.real == current &&
+           (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound);
+}
+
 /// Such rounds where the target is an element of a stem whose tail is the loop's variable, `a.i = 0`: as far as the
 /// element is there or can be entered at its place.
 inline void fill_swiftly(const rx_assign_clause &clause, rx_swift_rounds &rounds) {
@@ -184,7 +191,7 @@ inline bool run_swift_assignments(const rx_assign_clause &clause, rx_swift_round
         rx_settings.value.trace & (TRACE_CLAUSES | TRACE_PROMPT))
         return false;
     rx_value &value = rounds.control->value;
-    double by = rounds.by, bound = rounds.bound;
+    double by = rounds.by;
     bool goes_on = true;
     rx_error.line = clause.line;
     if (clause.target->symbol->compound()) fill_swiftly(clause, rounds);
@@ -192,8 +199,7 @@ inline bool run_swift_assignments(const rx_assign_clause &clause, rx_swift_round
     while (!rx_halt_pending && rx_store_number(clause)) {
         rx_clause_count++;
         double next = current + by;
-        goes_on =
-            rx_head_of(value) == rx_whole_head && value.real == current && (by > 0 ? next <= bound : next >= bound);
+        goes_on = may_step(rounds, current, next);
         if (!goes_on) break;
         value.real = current = next;
     }
@@ -214,8 +220,7 @@ rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds)
         rx_flow flow = run_chain(body);
         bool iterated = flow == rx_flow::iterate && rx_is_of_loop(*rounds.loop);
         double next = current + rounds.by;
-        bool goes_on = (flow == rx_flow::next || iterated) && rx_head_of(value) == rx_whole_head &&
-                       value.real == current && (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound) &&
+        bool goes_on = (flow == rx_flow::next || iterated) && may_step(rounds, current, next) &&
                        rx_numeric.value.digits >= 9 && (rx_settings->trace & TRACE_CLAUSES) == 0 &&
                        rx_scope.value.serial == serial;
         if (!goes_on) [[unlikely]]

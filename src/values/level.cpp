@@ -252,7 +252,7 @@ bool keep(rx_level &level) {
 void rx_pop_level() {
     rx_level *level = rx_scope->level;
     level->serial = rx_scope->serial;
-    // Names mean again what they meant before, so caches that were filled then are good again.
+    // Names mean again what they meant before, so the row of then and what was cached are good again.
     rx_scope->level = level->older;
     rx_scope->serial = level->older_serial;
     if (level->older) [[likely]]
@@ -281,6 +281,10 @@ bool rx_push_level_again(uint32_t procedure) {
         return true;
     }
     return false;
+}
+
+void rx_settle_row() {
+    if (rx_scope->level) use_row(*rx_scope->level);
 }
 
 bool rx_at_outermost_level() {

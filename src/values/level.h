@@ -122,8 +122,8 @@ private:
 
 /// A level that its routine has left can be kept for the next call of the routine: the entries stay, unset, and so do
 /// the row and the serial number. That holds as long as the names of the level below mean the same; it is looked for
-/// there, among `kept`, by the number of the PROCEDURE clause and the serial number of that level. It stays in that list
-/// while it is in use again.
+/// there, among `kept`, by the number of the PROCEDURE clause and the serial number of that level. It stays in that
+/// list while it is in use again.
 struct rx_level {
     rx_level *older = nullptr;
     uint64_t older_serial = 0; ///< the serial number to go back to with the older level
@@ -196,5 +196,6 @@ int64_t rx_plain_index(std::string_view tail);
 /// The same for a number, as its text would be under the NUMERIC settings in force.
 int64_t rx_plain_index(const rx_value &number);
 
-/// Gives the scope in force a new serial number, which makes every cache look again.
+/// To be called when the meaning of names changes in the scope in force: empties its row, and gives it a new serial
+/// number, which makes other caches look again.
 void rx_new_serial();

@@ -55,12 +55,11 @@ inline std::string_view rx_name_of(const rx_var &var) {
     return reinterpret_cast<const rx_named_var &>(var).name();
 }
 
-/// Every writer takes the marks away; a change in place (UPPER, `x[i] =`) leaves those of loops.
+/// Every writer takes the marks away; a change in place (UPPER, `x[i] =`) leaves the last one.
 enum rx_var_mark : uint8_t {
     RX_REMEMBERED = 1, ///< set by the word functions, which remember a text's words
     RX_LEFT_OVER = 2,  ///< the entry was made by an earlier call of the routine and is unset: it isn't shown
-    RX_CONTROLLED =
-        0xFC, ///< six bits that a loop has set which gave the variable its value: nobody has assigned it since
+    RX_CONTROLLED = 4, ///< set by a loop that has given the variable its value: nobody has assigned it since
 };
 
 struct rx_level;
@@ -83,7 +82,7 @@ struct rx_elements {
 };
 
 /// What a name means that wasn't found yet: taken for a variable, one that is unset; for the entries of a stem, none.
-/// Who only reads thus needs no test.
+/// Who only reads thus needs no test. Nobody ever writes here.
 alignas(rx_elements) inline constinit unsigned char rx_unmet[std::max(sizeof(rx_var), sizeof(rx_elements))] = {};
 
 /// What a name means in a level: the variable of a simple name, or the entries of a stem. Exposed names have been
@@ -115,6 +114,9 @@ void rx_keep_level(uint32_t procedure);
 /// Pushes the level that the clause of that number made in the scope in force before, when it was kept: its names mean
 /// what they meant then, exposed ones included, and all that aren't exposed are unset. False: there is none.
 bool rx_push_level_again(uint32_t procedure);
+/// To be called when a run has ended inside another one, whose scope is in force again: names may have got places
+/// meanwhile.
+void rx_settle_row();
 /// True for the level that rx_push_level made first in this run.
 bool rx_at_outermost_level();
 
@@ -159,7 +161,7 @@ inline const rx_value *rx_var_index(const rx_symbol &symbol) {
     return index.met() && row[symbol.stem_place].met() ? &index.var()->value : rx_find_elements(symbol);
 }
 
-/// The same entry where the row doesn't tell yet what the names mean.
+/// What rx_var_element says where the row doesn't tell yet what the names mean.
 rx_var *rx_find_element(const rx_symbol &symbol);
 
 /// The entry of a compound whose only tail is a variable with a plain whole number, found without spelling it; null

@@ -131,6 +131,24 @@ def test_interrupt_that_a_command_survives_stops_the_script_afterwards():
     assert process.returncode == 4
 
 
+def test_interrupt_reaches_a_recursion_whose_clauses_all_return():
+    process = start(
+        """say 'started'
+        x = f(80)
+        f: procedure
+        parse arg n
+        if n < 2 then return n
+        else return f(n - 1) + f(n - 2)
+        """,
+        start_new_session=True,
+    )
+    assert process.stdout.readline() == b"started\n"
+    time.sleep(0.1)
+    os.killpg(process.pid, signal.SIGINT)
+    out, _ = process.communicate(timeout=TIME_LIMIT)
+    assert b"Error 4" in out, out
+
+
 def test_children_start_with_default_signals():
     assert output("trace o\n'kill -PIPE $$'\nsay rc\n") == "-13\n"
 

@@ -132,6 +132,21 @@ TEST_F(embedding, a_nested_run_leaves_the_outer_one_untouched) {
     EXPECT_EQ(inner_code, 7);
 }
 
+TEST_F(embedding, names_that_a_nested_run_brings_may_be_used_by_the_outer_one) {
+    std::string inner;
+    for (int i = 0; i < 100; i++) {
+        std::string n = std::to_string(i);
+        inner += "a" + n + " = 1; a" + n + " = a" + n + " + 1; b" + n + ".a" + n + " = 2; b" + n + ".a" + n + " = 3\n";
+    }
+    inner += "do 3; call g; z = result; y = sigl; rc = 5; x = rc; end; exit 7\ng: return 1\n";
+    inner_script = script("inner.vnd", inner);
+    rx_extra_functions.push_back({"NEST", nest});
+    run(script("outer.vnd", "y = nest(); do 3; call f; z = result; s = sigl; rc = 8; end\n"
+                            "exit y z s rc\n"
+                            "f: return 5\n"));
+    EXPECT_EQ(result, "7 5 1 8");
+}
+
 TEST_F(embedding, an_error_of_a_nested_run_ends_only_that_run) {
     inner_script = script("inner.vnd", "say 1 / 0");
     rx_extra_functions.push_back({"NEST", nest});
