@@ -248,7 +248,7 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
 
 } // namespace
 
-[[gnu::noinline]] void rx_store_first(const rx_symbol &target, rx_var *element, rx_plain number) {
+[[gnu::noinline]] void rx_store_first_element(const rx_symbol &target, rx_var *element, rx_plain number) {
     if (element && rx_enter_element(target, *element)) {
         rx_put_plain(element->value, number);
         element->state = RX_SET;

@@ -4,7 +4,7 @@
 #include "engine/quick.h"
 
 /// A number for a compound that holds none yet. `element` is what rx_var_element has found.
-void rx_store_first(const rx_symbol &target, rx_var *element, rx_plain number);
+void rx_store_first_element(const rx_symbol &target, rx_var *element, rx_plain number);
 
 /// A number for a simple variable that holds none yet.
 void rx_store_first(const rx_symbol &target, rx_plain number);
@@ -32,7 +32,7 @@ void rx_store_first(const rx_symbol &target, rx_plain number);
     }
     rx_var *element = rx_var_element(target);
     if (!element || !element->value.is_number()) [[unlikely]] {
-        rx_store_first(target, element, plain);
+        rx_store_first_element(target, element, plain);
         return true;
     }
     rx_put_plain(element->value, plain);
