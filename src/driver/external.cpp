@@ -89,7 +89,7 @@ std::string find_routine(const std::string &name) {
     rx_source_line(program, line, text);
     rx_change_condition_text() = text;
     // The report is about that source, also when an interpreted text called the routine.
-    if (rx_settings->traps[RX_SYNTAX] == RX_TRAP_OFF) rx_routine->interpret_depth = 0;
+    if (rx_settings->traps[RX_SYNTAX] == RX_TRAP_OFF) rx_routine->interpreted = nullptr;
     int number = rx_error.number;
     if (rx_error.has_extra) rx_raise_at(line, column, number, std::move(rx_error.extra));
     rx_raise_at(line, column, number);

@@ -184,7 +184,7 @@ int run_script(const run_request &request) {
     size_t count;
     std::vector<rx_arg> args = main_arguments(request, split.rest, count);
     rx_routine->args = args.data();
-    rx_routine->arg_count = count;
+    rx_routine->arg_count = static_cast<uint32_t>(count);
     *bu_command_words = rx_run_depth == 1 && !rx_command_words.empty() ? rx_command_words : words_of(split);
 
     std::unique_ptr<rx_program> own;

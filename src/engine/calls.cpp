@@ -3,6 +3,7 @@
 #include "engine/clauses.h"
 #include "engine/quick.h"
 #include "engine/trace.h"
+#include "front/report.h"
 #include "platform/signals.h"
 #include "platform/stack.h"
 
@@ -25,30 +26,24 @@ namespace {
 
 /// The arguments of one call, while it lasts: a few lie in the frame, so that most calls allocate nothing.
 struct argument_area {
-    static constexpr size_t few = 4;
-    size_t count;
+    static constexpr uint32_t few = 4;
+    uint32_t count = 0; ///< made so far
     rx_arg *args;
+    uint32_t room_for;
     alignas(rx_arg) std::byte room[few * sizeof(rx_arg)];
 
-    explicit argument_area(size_t wanted) : count(wanted) {
-        void *place = count <= few ? room : ::operator new(count * sizeof(rx_arg));
-        args = static_cast<rx_arg *>(place);
-        for (size_t i = 0; i < count; i++) new (args + i) rx_arg;
+    explicit argument_area(uint32_t wanted) : room_for(wanted) {
+        args = static_cast<rx_arg *>(wanted <= few ? room : ::operator new(wanted * sizeof(rx_arg)));
     }
     argument_area(const argument_area &) = delete;
     argument_area &operator=(const argument_area &) = delete;
     ~argument_area() {
-        for (size_t i = 0; i < count; i++) args[i].~rx_arg();
-        if (count > few) ::operator delete(args);
+        for (uint32_t i = 0; i < count; i++) args[i].~rx_arg();
+        if (room_for > few) [[unlikely]]
+            ::operator delete(args);
     }
+    rx_arg &add() { return *new (args + count++) rx_arg; }
 };
-
-size_t count_arguments(const rx_expr *list) {
-    if (!list || (list->type == VIDE && !list->next)) return 0;
-    size_t count = 0;
-    for (; list; list = list->next) count++;
-    return count;
-}
 
 /// The text of a value that is lent.
 void put_text_of(rx_value &text, const rx_value &value) {
@@ -60,28 +55,29 @@ void put_text_of(rx_value &text, const rx_value &value) {
 
 /// Evaluates one argument to its text. What most calls hand on (constants, variables, small sums and the caller's own
 /// arguments) is had without going through the evaluation of expressions.
-void evaluate_argument(const rx_expr *node, rx_value &text, int level) {
+inline void evaluate_argument(const rx_expr *node, rx_value &text, int level) {
     if (level == 0) {
-        if (node->type == STRING) {
-            return rx_put_copy(text, *node->literal->text);
-        }
-        if (node->type == SYMBOL) {
+        if (node->type == OP_NODE) {
+            if (rx_plain plain; rx_try_quick(*node->op, plain)) return rx_put_number_text(text, plain);
+            if (const rx_value *value = rx_quick_argument(*node->op)) return put_text_of(text, *value);
+        } else if (node->type == SYMBOL) {
             if (const rx_value *value = rx_var_cached(*node->symbol)) return put_text_of(text, *value);
         } else {
-            if (const rx_value *value = rx_quick_argument(*node->op)) return put_text_of(text, *value);
-            if (rx_plain plain; rx_try_quick(*node->op, plain)) return rx_put_number_text(text, plain);
+            return rx_put_copy(text, *node->literal->text);
         }
     }
     text = rx_to_string(do_exec(node, level));
 }
 
-void evaluate_arguments(const rx_expr *list, rx_arg *args, int level) {
-    for (; list; list = list->next, args++) {
-        args->omitted = list->type == VIDE;
-        if (args->omitted)
-            args->text = rx_string("");
+void evaluate_arguments(const rx_op &call, argument_area &area, int level) {
+    const rx_expr *node = call.args;
+    for (uint32_t i = 0; i < call.argument_count; i++, node = node->next) {
+        rx_arg &arg = area.add();
+        arg.omitted = node->type == VIDE;
+        if (arg.omitted)
+            arg.text = rx_string("");
         else
-            evaluate_argument(list, args->text, level);
+            evaluate_argument(node, arg.text, level);
     }
 }
 
@@ -92,13 +88,12 @@ struct call_frame {
     std::optional<rx_kept_settings> kept; ///< the caller's settings, once the routine has changed one
     char *stack_limit = rx_stack_limit;
 
-    call_frame(rx_arg *args, size_t count) {
+    call_frame(rx_arg *args, uint32_t count) {
         rx_routine_record &routine = *rx_routine;
         routine.args = args;
         routine.arg_count = count;
-        routine.interpreted_text = {};
         routine.kept = &kept;
-        routine.interpret_depth = 0;
+        routine.interpreted = nullptr;
         routine.call_depth++;
         routine.nesting++;
         routine.procedure = false;
@@ -122,30 +117,49 @@ private:
     }
 };
 
+[[gnu::noinline]] void find_opening(const rx_label &label) {
+    rx_opening &opening = label.opening;
+    const rx_clause_cell *cell = label.cell->next;
+    if (cell->clause && cell->clause->kind == CL_PROCEDURE) {
+        opening.procedure = cell;
+        cell = cell->next;
+    }
+    if (cell->clause && cell->clause->kind == CL_PARSE) {
+        const auto &parse = *static_cast<const rx_parse_clause *>(cell->clause);
+        if (rx_takes_each(parse)) {
+            opening.arguments = &parse;
+            cell = cell->next;
+        }
+    }
+    opening.behind = cell;
+}
+
 /// Runs what a routine nearly always begins with, as far as that can neither fail nor be seen: the label, PROCEDURE
 /// where a level is kept for it, PARSE ARG with a variable for each argument. The result is the cell to go on at.
 inline const rx_clause_cell *begin_routine(const rx_label &label) {
-    const rx_clause_cell *cell = label.cell;
     // A halt is for the walk, too: a recursion might come to no other place that looks for it.
-    if (rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F) || rx_halt_pending) return cell;
-    auto pass = [&] {
+    if (rx_settings->trace & ~(TRACE_C | TRACE_E | TRACE_F) || rx_halt_pending) [[unlikely]]
+        return label.cell;
+    const rx_opening &opening = label.opening;
+    if (!opening.behind) [[unlikely]]
+        find_opening(label);
+    rx_clause_count++;
+    if (opening.procedure) {
+        if (!rx_procedure_again(*static_cast<const rx_names_clause *>(opening.procedure->clause)))
+            return opening.procedure;
         rx_clause_count++;
-        cell = cell->next;
-    };
-    pass();
-    if (cell->clause && cell->clause->kind == CL_PROCEDURE &&
-        rx_procedure_again(*static_cast<const rx_names_clause *>(cell->clause)))
-        pass();
-    if (cell->clause && cell->clause->kind == CL_PARSE &&
-        rx_take_arguments(*static_cast<const rx_parse_clause *>(cell->clause)))
-        pass();
-    return cell;
+    }
+    if (opening.arguments) {
+        rx_take_each(*opening.arguments);
+        rx_clause_count++;
+    }
+    return opening.behind;
 }
 
-rx_value run_routine(const rx_label &label, const rx_expr *list, int level) {
+rx_value run_routine(const rx_label &label, const rx_op &call, int level) {
     rx_check_stack();
-    argument_area area(count_arguments(list));
-    if (area.count) evaluate_arguments(list, area.args, level);
+    argument_area area(call.argument_count);
+    evaluate_arguments(call, area, level);
 
     rx_flow flow;
     {
@@ -192,6 +206,7 @@ bool resolve(const rx_op &call, bool after_load, rx_call_target &kind) {
         kind = found;
         call.target = target;
         call.target_serial = program.serial << 2 | found;
+        call.own_line = rx_own_line(program, call.name->line) + 1;
         call.argument = target == reinterpret_cast<const void *>(rx_arg_handler) ? constant_argument(call.args) : 0;
         return true;
     };
@@ -225,11 +240,11 @@ bool resolve(const rx_op &call, bool after_load, rx_call_target &kind) {
 
 [[gnu::noinline]] rx_value call_label(const rx_op &call, int level) {
     const auto *label = static_cast<const rx_label *>(call.target);
-    rx_set_sigl(call.name->line);
-    if (label->frame)
+    rx_set_sigl(call.own_line);
+    if (label->frame) [[unlikely]]
         rx_raise_at(call.name->line, call.name->column, 54,
                     "The label \"" + std::string(call.name->text) + "\" is nested within a control structure.");
-    return run_routine(*label, call.args, level);
+    return run_routine(*label, call, level);
 }
 
 [[noreturn]] void not_found(const rx_expr *name) {
@@ -311,7 +326,7 @@ void rx_call_handler(std::string_view name) {
     rx_value result = rx_invoke(clause.call, shown.level);
     const rx_symbol &variable = rx_system_symbol(RX_RESULT);
     if (result.is_none())
-        rx_drop(variable);
+        rx_drop_rare(variable);
     else
         rx_var_assign(variable, std::move(result));
 }

@@ -23,9 +23,11 @@ void rx_call(const rx_call_clause &clause);
 rx_flow rx_signal(const rx_signal_clause &clause);
 void rx_parse(const rx_parse_clause &clause);
 
-/// PARSE ARG with at most one simple variable for each argument, untraced; false: the clause is something else, and
-/// nothing has happened. Raises nothing.
-bool rx_take_arguments(const rx_parse_clause &clause);
+/// True for a PARSE ARG with at most one simple variable for each argument.
+bool rx_takes_each(const rx_parse_clause &clause);
+
+/// Runs such a clause while nobody traces. Raises nothing.
+void rx_take_each(const rx_parse_clause &clause);
 
 void rx_push(const rx_expr_clause &clause); ///< PUSH and QUEUE
 

@@ -58,6 +58,11 @@ void call_on(int condition) {
     set_state(condition, RX_TRAP_CALL);
 }
 
+/// Sets SIGL to where a line of the program, from 0, stands in its own source.
+void set_sigl_at(unsigned line) {
+    rx_set_sigl(rx_own_line(**rx_program_now, line) + 1);
+}
+
 [[noreturn]] void signal_on(int condition, unsigned line, unsigned column) {
     set_state(condition, RX_TRAP_OFF);
     rx_signal_to(handler_name(condition), line, column);
@@ -66,12 +71,12 @@ void call_on(int condition) {
 /// rx_raise calls this; it comes back only when SYNTAX isn't trapped.
 void syntax_trap(int number, const std::string *extra) {
     // A typed line counts as interpreted, what its routines run doesn't.
-    rx_raised_in_interpret = rx_routine->interpret_depth != 0;
+    rx_raised_in_interpret = rx_routine->interpreted != nullptr;
     if (state_of(RX_SYNTAX) == RX_TRAP_OFF) return;
     set_state(RX_SYNTAX, RX_TRAP_OFF);
     if (number == 5) rx_open_stack_reserve();
     rx_change_settings().condition = RX_SYNTAX;
-    rx_set_sigl(rx_error.line);
+    set_sigl_at(rx_error.line);
     rx_set_code(RX_RC, number);
     if (extra) rx_write("\nvandra: " + *extra + "\n");
     rx_signal_to(handler_name(RX_SYNTAX), rx_error.line, rx_error.column);
@@ -84,7 +89,7 @@ void novalue(std::string_view name) {
         .append("\" (line ")
         .append(rx_int_text(rx_own_line(**rx_program_now, rx_error.line) + 1LL))
         .append(") is uninitialized.\n\n");
-    rx_set_sigl(rx_error.line);
+    set_sigl_at(rx_error.line);
     int before = rx_settings->condition;
     rx_change_settings().condition = RX_NOVALUE;
     rx_change_condition_text() = name;
@@ -154,7 +159,7 @@ rx_flow rx_signal(const rx_signal_clause &clause) {
 }
 
 void rx_trap(int condition, const std::string *description, unsigned sigl_line) {
-    rx_set_sigl(sigl_line);
+    set_sigl_at(sigl_line);
     int before = rx_settings->condition;
     rx_change_settings().condition = condition;
     if (description) rx_change_condition_text() = *description;
@@ -192,8 +197,8 @@ void rx_halt_poll() {
     rx_error.number = 4;
     rx_error.has_extra = false;
     rx_error.extra.clear();
-    if (rx_routine->interpret_depth)
-        rx_report_interpreted(rx_routine->interpreted_text, rx_error.line, rx_error.column, armed(RX_SYNTAX));
+    if (rx_routine->interpreted)
+        rx_report_interpreted(*rx_routine->interpreted, rx_error.line, rx_error.column, armed(RX_SYNTAX));
     else
         rx_report(**rx_program_now, rx_error.line, rx_error.column, armed(RX_SYNTAX));
     rx_exit_run(4);
@@ -236,9 +241,9 @@ void rx_set_code(rx_system_variable name, double number) {
     rx_var_assign(rx_system_symbol(name), rx_number(number));
 }
 
-void rx_set_sigl(unsigned line) {
+void rx_set_sigl(unsigned own_line) {
     const rx_symbol &symbol = rx_system_symbol(RX_SIGL);
-    double number = rx_own_line(**rx_program_now, line) + 1.0;
+    double number = own_line;
     if (rx_var_promise_again(symbol, number)) return;
     if (rx_var *var = rx_var_met(symbol); var && var->value.is_number())
         rx_put_plain(rx_var_assigned(*var), {number, rx_whole_head});

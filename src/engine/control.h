@@ -40,21 +40,29 @@ inline const rx_var *rx_glance(const rx_symbol &symbol) {
 /// Evaluates a condition that isn't on the quick road.
 bool rx_condition_with_care(const rx_expr *cond, int level, const rx_condition_words &words);
 
+/// The truth of a condition that can be had without running anything. False: it has to be evaluated.
+inline bool rx_quick_condition(const rx_expr *cond, bool &holds) {
+    double number;
+    if (cond->type == OP_NODE) [[likely]] {
+        rx_plain plain;
+        if (!rx_try_quick(*cond->op, plain)) return false;
+        number = plain.real;
+    } else {
+        const rx_var *var = cond->type == SYMBOL ? rx_glance(*cond->symbol) : nullptr;
+        if (!var || !var->value.is_number()) return false;
+        number = var->value.real;
+    }
+    // As integers: a comparison of doubles takes longer.
+    auto bits = std::bit_cast<uint64_t>(number);
+    holds = bits != 0;
+    return bits == 0 || bits == std::bit_cast<uint64_t>(1.0);
+}
+
 /// Evaluates a condition. When it is no truth value: error 34 at the condition, the extra text being its value between
 /// the words.
 inline bool rx_condition_holds(const rx_expr *cond, int level, const rx_condition_words &words) {
-    // As integers: a comparison of doubles takes longer.
-    auto truth = [](double number, bool &holds) {
-        auto bits = std::bit_cast<uint64_t>(number);
-        holds = bits != 0;
-        return bits == 0 || bits == std::bit_cast<uint64_t>(1.0);
-    };
     bool holds;
-    if (level == 0 && cond->type == OP_NODE) [[likely]] {
-        if (rx_plain plain; rx_try_quick(*cond->op, plain) && truth(plain.real, holds)) return holds;
-    } else if (level == 0 && cond->type == SYMBOL) {
-        const rx_var *var = rx_glance(*cond->symbol);
-        if (var && var->value.is_number() && truth(var->value.real, holds)) return holds;
-    }
+    if (level == 0 && rx_quick_condition(cond, holds)) [[likely]]
+        return holds;
     return rx_condition_with_care(cond, level, words);
 }

@@ -118,10 +118,9 @@ struct rx_arg {
 /// What the running routine has for itself. That of its caller comes back when it ends.
 struct rx_routine_record {
     rx_arg *args = nullptr;
-    size_t arg_count = 0;
-    std::string_view interpreted_text{}; ///< the text that runs under INTERPRET, for reports and trace lines
     std::optional<rx_kept_settings> *kept = nullptr; ///< where the settings of the caller go; null in the main program
-    unsigned interpret_depth = 0;                    ///< a string of INTERPRET runs
+    const std::string_view *interpreted = nullptr;   ///< the text that runs under INTERPRET, if one does
+    uint32_t arg_count = 0;
     unsigned call_depth = 1;
     int nesting = 1;        ///< 1 in the main program
     int call_level = 0;     ///< trace level in force for the built-in being called
@@ -149,8 +148,8 @@ const rx_symbol &rx_system_symbol(rx_system_variable name);
 /// Sets RC, or RC_D, to a number.
 void rx_set_code(rx_system_variable name, double number);
 
-/// Sets SIGL to a line (from 0) plus 1.
-void rx_set_sigl(unsigned line);
+/// Sets SIGL to a line of its own source, from 1.
+void rx_set_sigl(unsigned own_line);
 
 // ---- the walk ------------------------------------------------------------------------------------------------------
 

@@ -213,49 +213,49 @@ inline bool ready_number(const rx_operand &operand, bool from_text, rx_plain &pl
     return true;
 }
 
-/// An operand of such an operator: the number, and the value when one had to be made.
-struct number_operand {
-    rx_plain plain;
-    rx_value value;
+/// The number of a value that an operand has come to; else a fault.
+inline rx_plain number_in(const rx_value &value, rx_operand_use use) {
+    if (value.is_number()) return rx_plain_of(value);
+    if (use == RX_AS_NUMBER && value.carries_number()) return {value.carried.number, rx_whole_head};
+    return rx_no_plain(rx_arithmetic_fault::not_a_number);
+}
 
-    void evaluate(const rx_operand &operand, rx_operand_use use, int which) {
-        // A routine of the program needs no look at what could be had at once.
-        if (operand.kind == OP_NODE && operand.node->op->kind == RX_CALL && rx_calls(*operand.node->op, RX_CALLS_LABEL))
-            return take_result(operand, use);
-        if (ready_number(operand, use == RX_AS_NUMBER, plain)) return;
-        if (operand.kind == OP_NODE && operand.node->op->kind == RX_CALL) {
-            take_result(operand, use);
-        } else {
-            const rx_value &found = fetch(operand, 0, use, value, which);
-            if (!take(found, use) && &found != &value) value = rx_copy_value(found);
-        }
-    }
-    void take_result(const rx_operand &operand, rx_operand_use use) {
-        rx_value result = function(operand.node, *operand.node->op, 0);
-        if (!take(result, use)) value = std::move(result);
-    }
-    /// Takes the number of a value; false: the value itself has to be kept.
-    bool take(const rx_value &found, rx_operand_use use) {
-        if (found.is_number()) {
-            plain = rx_plain_of(found);
-            return true;
-        }
-        bool carries = use == RX_AS_NUMBER && found.carries_number();
-        plain =
-            carries ? rx_plain{found.carried.number, rx_whole_head} : rx_no_plain(rx_arithmetic_fault::not_a_number);
-        return false;
-    }
-    const rx_value &as_value(const rx_operand &operand, rx_operand_use use) {
-        if (value.is_none() && operand.kind == STRING) return literal(operand.node, use);
-        if (value.is_none()) value = rx_value_of(plain);
-        return value;
-    }
-};
+/// What a call comes to, and its number.
+inline rx_value evaluate_call(const rx_operand &operand, rx_operand_use use, rx_plain &plain) {
+    rx_value result = function(operand.node, *operand.node->op, 0);
+    plain = number_in(result, use);
+    return result;
+}
+
+[[gnu::noinline]] rx_value evaluate_other(const rx_operand &operand, rx_operand_use use, int which, rx_plain &plain) {
+    rx_value scratch;
+    const rx_value &found = fetch(operand, 0, use, scratch, which);
+    plain = number_in(found, use);
+    if (&found == &scratch) return scratch;
+    return found.is_number() ? rx_value() : rx_copy_value(found);
+}
+
+/// Evaluates an operand of such an operator to its number. The value is none where it isn't needed for anything else.
+inline rx_value evaluate_number(const rx_operand &operand, rx_operand_use use, int which, rx_plain &plain) {
+    bool is_call = operand.kind == OP_NODE && operand.node->op->kind == RX_CALL;
+    // A routine of the program needs no look at what could be had at once.
+    if (is_call && rx_calls(*operand.node->op, RX_CALLS_LABEL)) return evaluate_call(operand, use, plain);
+    if (ready_number(operand, use == RX_AS_NUMBER, plain)) return {};
+    return is_call ? evaluate_call(operand, use, plain) : evaluate_other(operand, use, which, plain);
+}
 
 /// The operator itself on the values of its operands, for what numbers in registers couldn't do or refused.
-[[gnu::noinline]] rx_value apply(const rx_expr *node, const rx_op &op, number_operand &a, number_operand &b) {
-    const rx_value *left = &a.as_value(op.a, op.fn->use), *right = &b.as_value(op.b, op.fn->use);
-    if (op.fn->use == RX_AS_EITHER) {
+[[gnu::noinline]] rx_value apply(const rx_expr *node, const rx_op &op, const rx_value &a, rx_plain a_plain,
+                                 const rx_value &b, rx_plain b_plain) {
+    rx_operand_use use = op.fn->use;
+    rx_value scratch[2];
+    auto as_value = [&](const rx_operand &operand, const rx_value &value, rx_plain plain,
+                        rx_value &number) -> const rx_value * {
+        if (!value.is_none()) return &value;
+        return operand.kind == STRING ? &literal(operand.node, use) : &(number = rx_value_of(plain));
+    };
+    const rx_value *left = as_value(op.a, a, a_plain, scratch[0]), *right = as_value(op.b, b, b_plain, scratch[1]);
+    if (use == RX_AS_EITHER) {
         left = &rx_matched(op.a, *left, *right);
         right = &rx_matched(op.b, *right, *left);
     }
@@ -268,14 +268,14 @@ struct number_operand {
 
 [[gnu::noinline]] rx_value numbers(const rx_expr *node, const rx_op &op) {
     rx_check_stack();
-    number_operand a, b;
-    a.evaluate(op.a, op.fn->use, 1);
-    b.evaluate(op.b, op.fn->use, 2);
-    if (!a.plain.failed() && !b.plain.failed()) [[likely]] {
-        rx_plain result = rx_quick_compute(op.fn->id, a.plain, b.plain);
+    rx_plain a_plain, b_plain;
+    rx_value a = evaluate_number(op.a, op.fn->use, 1, a_plain);
+    rx_value b = evaluate_number(op.b, op.fn->use, 2, b_plain);
+    if (!a_plain.failed() && !b_plain.failed()) [[likely]] {
+        rx_plain result = rx_quick_compute(op.fn->id, a_plain, b_plain);
         if (!result.failed()) return rx_value_of(result);
     }
-    return apply(node, op, a, b);
+    return apply(node, op, a, a_plain, b, b_plain);
 }
 
 /// Everything that isn't a leaf or a tree of numbers; out of line, so that those two need no large frame.

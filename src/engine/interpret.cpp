@@ -7,19 +7,16 @@
 
 namespace {
 
-/// The text in force and the depth of interpreting, put back however the fragment ends.
+/// The text in force and the nesting, which a signal changes, put back however the fragment ends.
 struct fragment_state {
-    std::string_view text = rx_routine->interpreted_text;
-    unsigned depth = rx_routine->interpret_depth;
+    const std::string_view *before = rx_routine->interpreted;
+    int nesting = rx_routine->nesting;
 
-    explicit fragment_state(std::string_view now) {
-        rx_routine->interpreted_text = now;
-        rx_routine->interpret_depth++;
-    }
+    explicit fragment_state(const std::string_view &now) { rx_routine->interpreted = &now; }
     ~fragment_state() { end(); }
     void end() {
-        rx_routine->interpreted_text = text;
-        rx_routine->interpret_depth = depth;
+        rx_routine->interpreted = before;
+        rx_routine->nesting = nesting;
     }
 };
 

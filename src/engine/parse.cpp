@@ -430,27 +430,46 @@ namespace {
 const rx_value no_argument = rx_string({});
 } // namespace
 
-/// PARSE ARG with one variable for each argument, as most routines begin: whole values, with the numbers that they
-/// carry.
-bool rx_take_arguments(const rx_parse_clause &clause) {
-    if (clause.source != PARSE_ARG || !clause.made || !clause.made->one_each) return false;
-    size_t argument = 0;
-    for (const rx_template_item *item = clause.made->items;; item = item->cut + 1, argument++) {
-        if (item->step == step::variable) {
-            rx_var *met = rx_var_met(*item->symbol);
-            rx_var &var = met ? *met : rx_var_entry(*item->symbol);
-            rx_put_copy(rx_var_assigned(var),
-                        argument < rx_routine->arg_count ? rx_routine->args[argument].text : no_argument);
-            var.state = RX_SET;
-            if (clause.upper) rx_upper(rx_bytes(var.value), var.value.length);
-        }
-        if (item->cut->step == step::end) return true;
+bool rx_takes_each(const rx_parse_clause &clause) {
+    return clause.source == PARSE_ARG && clause.made && clause.made->each;
+}
+
+namespace {
+
+/// The variables from an argument on, whatever they hold and lack.
+[[gnu::noinline]] void take_with_care(const rx_parse_clause &clause, uint32_t first) {
+    const rx_template &made = *clause.made;
+    for (uint32_t i = first; i < made.each_count; i++) {
+        if (!made.each[i]) continue;
+        rx_var &var = rx_var_entry(*made.each[i]);
+        rx_put_copy(rx_var_assigned(var), i < rx_routine->arg_count ? rx_routine->args[i].text : no_argument);
+        var.state = RX_SET;
+        if (clause.upper) rx_upper(rx_bytes(var.value), var.value.length);
+    }
+}
+
+} // namespace
+
+void rx_take_each(const rx_parse_clause &clause) {
+    const rx_template &made = *clause.made;
+    for (uint32_t i = 0; i < made.each_count; i++) {
+        const rx_symbol *symbol = made.each[i];
+        if (!symbol || clause.upper || i >= rx_routine.value.arg_count) return take_with_care(clause, i);
+        rx_meaning meaning = rx_scope.value.row[symbol->place];
+        rx_var &var = *meaning.var();
+        const rx_value &text = rx_routine.value.args[i].text;
+        if (!meaning.met() || var.pins || text.storage == RX_HEAP || var.value.storage == RX_HEAP)
+            return take_with_care(clause, i);
+        // The whole value, with the number that it carries.
+        var.value.copy_words(text);
+        var.state = RX_SET;
+        var.marks = 0;
     }
 }
 
 void rx_parse(const rx_parse_clause &clause) {
     bool traced = (rx_settings->trace & TRACE_CLAUSES) != 0;
-    if (!traced && rx_take_arguments(clause)) return;
+    if (!traced && rx_takes_each(clause)) return rx_take_each(clause);
     // What is usual in loops doesn't even look for the text.
     if (clause.plain && !traced) {
         const rx_value *value = rx_var_cached(*clause.operand->symbol);

@@ -130,6 +130,8 @@ bool is_comparison(rx_operator_id id) {
     const rx_value *left = rx_ready_value(op.a, op.fn->use);
     const rx_value *right = left ? rx_ready_value(op.b, op.fn->use) : nullptr;
     if (!right) return refused();
+    if (double number; rx_is_quick(op.fn->id) && right->is_number() && rx_carried_number(*left, number))
+        return rx_quick_compute(op.fn->id, {number, rx_whole_head}, rx_plain_of(*right));
     if (op.fn->use == RX_AS_EITHER) {
         left = &rx_matched(op.a, *left, *right);
         right = &rx_matched(op.b, *right, *left);
@@ -156,10 +158,7 @@ template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain com
         rx_plain x = rx_plain_of(a), y = rx_plain_of(b);
         return rx_both_whole(x, y) ? truth(holds<id>(x.real, y.real)) : compute<id>(x, y);
     }
-    double number;
     if (right == on_whole && a.carries_number()) return truth(holds<id>(a.carried.number, b.real));
-    if (a.is_string() && b.is_number() && rx_carried_number(a, number))
-        return compute<id>({number, rx_whole_head}, rx_plain_of(b));
     return compare_values(op);
 }
 

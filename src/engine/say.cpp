@@ -78,14 +78,16 @@ rx_flow rx_exit(const rx_expr_clause &clause) {
     if (rx_routine->call_depth <= 1) return rx_exit(clause);
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) return rx_flow::next;
-    rx_plain plain;
-    if (clause.expr && shown.level == 0 && rx_try_quick(clause.expr, plain)) {
-        rx_walk->result = rx_value_of(plain);
-    } else if (clause.expr) {
-        rx_walk->result = do_exec(clause.expr, shown.level);
-        trace_value(shown.level, rx_walk->result);
+    rx_value &result = rx_walk.value.result;
+    const rx_expr *expr = clause.expr;
+    if (!expr) {
+        result = rx_value();
+    } else if (const rx_value *value =
+                   shown.level == 0 && expr->type == SYMBOL ? rx_var_cached(*expr->symbol) : nullptr) {
+        rx_put_copy(result, *value);
     } else {
-        rx_walk->result = rx_value();
+        result = do_exec(expr, shown.level);
+        trace_value(shown.level, result);
     }
     return rx_flow::returned;
 }

@@ -38,8 +38,8 @@ struct shown_line {
 };
 
 shown_line show_source(unsigned line) {
-    if (rx_routine->interpret_depth)
-        return {"*interpreted*  *-* " + std::string(rx_routine->interpreted_text), interpreted_level};
+    if (rx_routine->interpreted)
+        return {"*interpreted*  *-* " + std::string(*rx_routine->interpreted), interpreted_level};
     const rx_program &program = **rx_program_now;
     const rx_source_entry &entry = rx_entry_of(program, line);
     bool first_unit = &entry == program.entries.data();
@@ -181,7 +181,7 @@ bool letter_bit(char letter, unsigned &bit) {
 
 /// Only a whole program can be scanned, and only from its own level.
 bool can_scan() {
-    return rx_routine->nesting == 1 && rx_routine->interpret_depth == 0;
+    return rx_routine->nesting == 1 && !rx_routine->interpreted;
 }
 
 } // namespace

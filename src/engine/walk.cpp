@@ -230,26 +230,60 @@ rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds)
     }
 }
 
+namespace {
+
+/// Runs what many routines consist of, clauses like `if n < 2 then return n` and a RETURN, without the frame of the
+/// walk. `next`: the walk has to go on at the cell.
+inline rx_flow run_guards(const rx_clause_cell *&cell) {
+    while (const rx_clause *clause = cell->clause) {
+        if (rx_settings.value.trace & (TRACE_CLAUSES | TRACE_PROMPT)) break;
+        const rx_clause *exit = clause;
+        if (clause->kind == CL_IF) {
+            const auto &guard = as<rx_if_clause>(clause);
+            exit = guard.then_chain->clause;
+            if (guard.else_chain || !exit || exit->kind != CL_RETURN) break;
+            bool holds;
+            if (!rx_quick_condition(guard.cond, holds)) break;
+            rx_clause_count++;
+            if (!holds) {
+                rx_error.line = clause->line;
+                rx_poll_between_clauses();
+                cell = cell->next;
+                continue;
+            }
+        } else if (clause->kind != CL_RETURN) {
+            break;
+        }
+        rx_error.line = exit->line;
+        rx_clause_count++;
+        rx_flow flow = rx_return(as<rx_expr_clause>(exit));
+        if ((rx_settings->trace & TRACE_PROMPT) == 0 || prompt(flow)) [[likely]]
+            return flow;
+    }
+    return rx_flow::next;
+}
+
+} // namespace
+
 rx_flow rx_run_block(const rx_clause_cell *cell, const rx_build_frame *frame) {
-    int nesting = rx_routine->nesting;
     for (;;) {
         rx_flow flow;
         try {
+            if (run_guards(cell) == rx_flow::returned) return rx_flow::returned;
             flow = run_outwards(cell, frame);
             bool loop_exit = flow == rx_flow::leave || flow == rx_flow::iterate;
-            if (loop_exit && !rx_routine->interpret_depth && !rx_walk->interactive) rx_raise(28);
+            if (loop_exit && !rx_routine->interpreted && !rx_walk->interactive) rx_raise(28);
         } catch (const rx_jmp_signal &) {
             flow = rx_flow::signalled;
         } catch (const rx_jmp_return &) {
             flow = rx_flow::returned;
         }
-        if (flow == rx_flow::signalled && !rx_routine->interpret_depth && !rx_walk->interactive) {
+        if (flow == rx_flow::signalled && !rx_routine->interpreted && !rx_walk->interactive) {
             rx_close_stack_reserve();
             cell = rx_walk->signal_target;
             frame = rx_walk->signal_frame;
             continue;
         }
-        rx_routine->nesting = nesting;
         return flow;
     }
 }

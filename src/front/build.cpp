@@ -72,6 +72,8 @@ rx_op *make_call_op(rx_build &build, rx_expr *name, rx_expr *args) {
     op->calls = true;
     op->name = name;
     op->args = args;
+    bool none = args && args->type == VIDE && !args->next;
+    for (const rx_expr *each = none ? nullptr : args; each; each = each->next) op->argument_count++;
     return op;
 }
 

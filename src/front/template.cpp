@@ -110,7 +110,8 @@ bool is_simple(const rx_template_item &item) {
     }
 }
 
-bool is_one_of_one_each(const rx_template_item &item) {
+/// True for all items of a template with at most one simple variable or placeholder between commas.
+bool is_one_of_each(const rx_template_item &item) {
     switch (item.step) {
     case rx_template_step::variable:
     case rx_template_step::placeholder: return item.cut == &item + 1;
@@ -118,6 +119,20 @@ bool is_one_of_one_each(const rx_template_item &item) {
     case rx_template_step::end: return true;
     default: return false;
     }
+}
+
+void list_each(rx_arena &arena, rx_template &made) {
+    const rx_template_item *item = made.items;
+    std::vector<const rx_symbol *> symbols;
+    for (;; item++) {
+        bool takes = item->step == rx_template_step::variable;
+        symbols.push_back(takes ? item->symbol : nullptr);
+        item = item->cut;
+        if (item->step == rx_template_step::end) break;
+    }
+    made.each = arena.make_array<const rx_symbol *>(symbols.size());
+    std::copy(symbols.begin(), symbols.end(), made.each);
+    made.each_count = static_cast<uint32_t>(symbols.size());
 }
 
 } // namespace
@@ -140,7 +155,8 @@ rx_template *rx_read_template(rx_arena &arena, const rx_expr *token, const rx_sy
         if (row[i].step > rx_template_step::placeholder) cut = row + i;
         row[i].cut = cut;
     }
-    return arena.make<rx_template>(rx_template{.items = row,
-                                               .simple = std::all_of(row, row + items.size(), is_simple),
-                                               .one_each = std::all_of(row, row + items.size(), is_one_of_one_each)});
+    auto *made =
+        arena.make<rx_template>(rx_template{.items = row, .simple = std::all_of(row, row + items.size(), is_simple)});
+    if (std::all_of(row, row + items.size(), is_one_of_each)) list_each(arena, *made);
+    return made;
 }

@@ -84,6 +84,8 @@ struct rx_op {
     rx_operand a, b, c;                   ///< operands in order; an index has the value, the first and the last index
     rx_expr *name = nullptr;              ///< kind 3: the name token, SYMBOL or STRING
     rx_expr *args = nullptr;              ///< kind 3: the argument chain
+    uint32_t argument_count = 0;          ///< kind 3: how many there are; `f()` has none
+    mutable uint32_t own_line = 0;        ///< kind 3: where the name stands in its own source, from 1; by `target`
     mutable const void *target = nullptr; ///< kind 3: the engine's cache of what the name resolved to
     mutable uint64_t target_serial = 0;   ///< the serial number of the program, times 4, and the kind of target
     mutable uint32_t argument = 0;        ///< kind 3: n of an `arg(n)` that resolved to the built-in, else 0
@@ -286,12 +288,20 @@ struct rx_trace_clause : rx_clause {
 
 // ---- labels ---------------------------------------------------------------------------------------------------------
 
+/// How a routine begins, as far as a call runs it ahead of the walk; found out when it is called first.
+struct rx_opening {
+    const rx_clause_cell *behind = nullptr;     ///< where the walk begins; null: not found out yet
+    const rx_clause_cell *procedure = nullptr;  ///< a PROCEDURE right behind the label
+    const rx_parse_clause *arguments = nullptr; ///< the PARSE ARG that comes next, when rx_takes_each says so
+};
+
 struct rx_label {
     std::string_view name;
     rx_clause_cell *cell;  ///< the cell of the label's own clause
     rx_build_frame *frame; ///< null when the label stands at the top level of its source
     unsigned line;
     rx_label *next;
+    mutable rx_opening opening = {};
 };
 
 /// 128 chains; the first label of a name stays in force.

@@ -139,24 +139,21 @@ void unset(rx_var &var) {
     }
 }
 
-/// Unsets the entries of a level that holds numbers and short texts only, which need no release. False: there is more.
-inline bool unset_numbers(rx_level &level) {
-    bool all = true;
-    for (const auto &stem : level.stems) {
-        bool exposed = stem->key && stem->key->state == RX_EXPOSED;
-        all &= exposed && stem->elements.count == 0 && stem->tails.used == 0;
-    }
+/// Unsets the entries of a level, most of which need no release.
+inline void unset_entries(rx_level &level) {
+    bool more = level.own_stems;
     for (rx_var *var : level.entries) {
         if (var->state == RX_EXPOSED) continue;
-        if (var->value.is_string() && var->value.storage != RX_INLINE) {
-            all = false;
+        if (var->value.storage != RX_INLINE) {
+            more = true;
             continue;
         }
         var->value.forget();
         var->state = RX_DROPPED;
         var->marks = RX_LEFT_OVER;
     }
-    return all;
+    if (more) [[unlikely]]
+        unset_all(level);
 }
 
 void discard(rx_level *level);
@@ -189,6 +186,7 @@ void discard(rx_level *level) {
     }
     level->stems.clear();
     level->promised = nullptr;
+    level->lacking = nullptr;
     level->procedure = 0;
     level->entered_kept = 0;
     level->names.clear();
@@ -226,38 +224,42 @@ bool put_in(rx_level &level) {
 /// True when a level isn't too large to be kept. Tells what its next call finds as the number of entries made.
 bool is_small(rx_level &level) {
     size_t entries = level.entries.size();
-    for (auto &stem : level.stems) entries += stem->in_elements + stem->tails.used;
+    level.own_stems = false;
+    for (auto &stem : level.stems) {
+        entries += stem->in_elements + stem->tails.used;
+        bool exposed = stem->key && stem->key->state == RX_EXPOSED;
+        level.own_stems |= !exposed || stem->elements.count || stem->tails.used;
+    }
     // What is entered from now on comes behind what the PROCEDURE exposed.
     level.entered_kept = static_cast<uint32_t>(entries + level.stems.size());
     return entries <= most_entries_kept && level.arena.blocks() <= most_blocks_kept;
 }
 
-/// Keeps the level that is being left, if it may be.
-bool keep(rx_level &level) {
-    // Nearly always the last call has entered nothing, but for a promise.
-    bool nothing_new = level.entered - (level.promised_order != 0) == level.entered_kept;
-    bool small = (nothing_new && level.is_kept) || is_small(level);
-    if (!small || level.procedure == 0 || (!level.is_kept && !put_in(level))) {
-        if (level.is_kept) take_out(level);
-        return false;
-    }
-    level.promised_order = 0;
-    level.entered = level.entered_kept;
-    if (!unset_numbers(level)) unset_all(level);
-    return true;
+/// Keeps a level that is left with new entries or for the first time, if it may be; else discards it.
+[[gnu::noinline]] bool keep_or_discard(rx_level &level) {
+    if (is_small(level) && level.procedure && (level.is_kept || put_in(level))) return true;
+    if (level.is_kept) take_out(level);
+    discard(&level);
+    return false;
 }
 
 } // namespace
 
 void rx_pop_level() {
-    rx_level *level = rx_scope->level;
-    level->serial = rx_scope->serial;
+    rx_level &level = *rx_scope->level;
+    level.serial = rx_scope->serial;
     // Names mean again what they meant before, so the row of then and what was cached are good again.
-    rx_scope->level = level->older;
-    rx_scope->serial = level->older_serial;
-    if (level->older) [[likely]]
-        use_row(*level->older);
-    if (!keep(*level)) discard(level);
+    rx_scope->level = level.older;
+    rx_scope->serial = level.older_serial;
+    if (level.older) [[likely]]
+        use_row(*level.older);
+    // Nearly always the call has entered nothing, but for a promise.
+    bool as_before =
+        level.is_kept && level.procedure && level.entered - (level.promised_order != 0) == level.entered_kept;
+    if (!as_before && !keep_or_discard(level)) return;
+    level.promised_order = 0;
+    level.entered = level.entered_kept;
+    unset_entries(level);
 }
 
 void rx_keep_level(uint32_t procedure) {

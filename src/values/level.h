@@ -130,6 +130,7 @@ struct rx_level {
     uint64_t serial = 0;       ///< of a kept level: its own
     uint32_t procedure = 0;    ///< the clause that may have it back; 0: none
     bool is_kept = false;      ///< it is in the list of the older level
+    bool own_stems = false;    ///< of a kept level: it has stems that aren't just exposed
     uint32_t kept_count = 0;
     uint32_t entered_kept = 0; ///< of a kept level: `entered` as the next call finds it
     rx_level *kept = nullptr;  ///< kept levels of routines called from here, newest first
@@ -166,6 +167,10 @@ struct rx_level {
     const rx_symbol *promised = nullptr;
     uint32_t promised_order = 0;
     double promised_number = 0;
+
+    /// A simple name that had no entry here when there were so many (see rx_drop_rare).
+    const rx_symbol *lacking = nullptr;
+    size_t lacking_among = 0;
 
     rx_var *find(std::string_view name, uint64_t hash) {
         if (promised && promised->hash == hash) [[unlikely]]

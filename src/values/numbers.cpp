@@ -206,7 +206,25 @@ namespace {
 }
 } // namespace
 
+namespace {
+
+/// The texts of the numbers from 0 to 99, which are what is made most often.
+struct small_texts {
+    rx_value texts[100];
+
+    small_texts() {
+        for (int32_t i = 0; i < 100; i++) put_short_text(texts[i], i);
+    }
+};
+const small_texts all_small_texts;
+
+} // namespace
+
 void rx_put_number_text(rx_value &record, rx_plain plain) {
+    // As integers: of the numbers that aren't negative the order of their bits is their own.
+    if (plain.head == rx_whole_head && std::bit_cast<uint64_t>(plain.real) <= std::bit_cast<uint64_t>(99.0) &&
+        rx_numeric.value.digits >= 2 && record.storage != RX_HEAP) [[likely]]
+        return record.copy_words(all_small_texts.texts[static_cast<int32_t>(plain.real)]);
     int32_t whole;
     if (record.storage != RX_HEAP && is_short(plain.real, plain.decimals(), whole)) [[likely]]
         put_short_text(record, whole);

@@ -459,6 +459,15 @@ void rx_drop(const rx_symbol &symbol) {
     if (rx_var *var = rx_var_find(symbol)) drop_entry(*var);
 }
 
+void rx_drop_rare(const rx_symbol &symbol) {
+    rx_level &level = *rx_scope->level;
+    if (level.lacking == &symbol && level.lacking_among == level.names.used) [[likely]]
+        return;
+    if (level.find(symbol.name, symbol.hash)) return rx_drop(symbol);
+    level.lacking = &symbol;
+    level.lacking_among = level.names.used;
+}
+
 namespace {
 
 /// The level that an exposed entry leads to, when the search goes on in `level`: that one, or where its own exposed

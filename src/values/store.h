@@ -259,6 +259,9 @@ const rx_value *rx_get_var(std::string_view name);
 /// DROP of one name.
 void rx_drop(const rx_symbol &symbol);
 
+/// The same for a simple symbol that hardly ever has an entry where this is called.
+void rx_drop_rare(const rx_symbol &symbol);
+
 /// PROCEDURE EXPOSE of one name; `symbol` is resolved in the newest level.
 void rx_expose(const rx_symbol &symbol);
 
