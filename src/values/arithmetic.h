@@ -53,6 +53,16 @@ inline rx_plain rx_plain_of(const rx_value &number) {
     return {number.real, rx_head_of(number)};
 }
 
+/// True for a number whose text is that of a whole number from 0 below 10^7.
+inline bool rx_short_natural(const rx_value &number, uint32_t &whole) {
+    // As integers: of the numbers that aren't negative the order of their bits is their own.
+    if (rx_head_of(number) != rx_whole_head || rx_numeric.value.digits < 7 ||
+        std::bit_cast<uint64_t>(number.real) > std::bit_cast<uint64_t>(9999999.0))
+        return false;
+    whole = static_cast<uint32_t>(static_cast<int32_t>(number.real));
+    return true;
+}
+
 /// Overwrites a record that owns no text.
 inline void rx_put_plain(rx_value &record, rx_plain plain) {
     std::memcpy(static_cast<void *>(&record), &plain.head, sizeof plain.head);

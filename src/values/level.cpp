@@ -1,7 +1,6 @@
 #include "values/level.h"
 
 #include "platform/pages.h"
-#include "platform/strings.h"
 #include "values/numbers.h"
 
 #include <algorithm>
@@ -27,16 +26,6 @@ void free_value(rx_var &var) {
 }
 
 } // namespace
-
-int64_t rx_plain_index(std::string_view tail) {
-    if (tail.empty() || tail.size() > 9 || (tail[0] == '0' && tail.size() > 1)) return -1;
-    int64_t index = 0;
-    for (char c : tail) {
-        if (!rx_is_digit(c)) return -1;
-        index = index * 10 + (c - '0');
-    }
-    return index;
-}
 
 int64_t rx_plain_index(const rx_value &number) {
     double real = number.real;
@@ -336,18 +325,17 @@ rx_var *rx_stem::find(uint32_t index) const {
     if (index < elements.count) {
         if (rx_var *var = elements.at(index); var->order) return var;
     }
-    return sparse ? find(std::string_view(rx_int_text(index))) : nullptr;
-}
-
-rx_var *rx_stem::find(std::string_view tail) const {
-    return tails.find(rx_lookup_hash(tail), [&](const rx_var &var) { return rx_same_name(rx_name_of(var), tail); });
+    if (!sparse) return nullptr;
+    std::string tail = rx_int_text(index);
+    return find(tail, rx_lookup_hash(tail));
 }
 
 rx_var &rx_stem::enter(uint32_t index) {
     if (index >= elements.count) {
         if (index > in_elements * 2 + 64 || index >= rx_elements::most) {
             sparse = true;
-            return enter(std::string_view(rx_int_text(index)));
+            std::string tail = rx_int_text(index);
+            return enter(tail, rx_lookup_hash(tail));
         }
         make_room(index);
     }
@@ -393,9 +381,9 @@ void rx_stem::make_room(uint64_t index) {
     }
 }
 
-rx_var &rx_stem::enter(std::string_view tail) {
+rx_var &rx_stem::enter(std::string_view tail, uint64_t hash) {
     rx_var *var = make_entry(*level, arena, tail);
-    tails.enter(rx_lookup_hash(tail), var);
+    tails.enter(hash, var);
     return *var;
 }
 

@@ -85,10 +85,12 @@ struct rx_stem {
     ~rx_stem() { forget_all(); }
 
     rx_var *find(uint32_t index) const;
-    rx_var *find(std::string_view tail) const;
+    rx_var *find(std::string_view tail, uint64_t hash) const {
+        return tails.find(hash, [&](const rx_var &var) { return rx_same_name(rx_name_of(var), tail); });
+    }
     rx_var &enter(uint32_t index);
     void enter_element(rx_var &element);
-    rx_var &enter(std::string_view tail);
+    rx_var &enter(std::string_view tail, uint64_t hash);
     rx_var &enter_key();
     /// Takes the values of all compounds and of the default; exposed entries stay. The entries of a large stem are
     /// forgotten, so that their memory is free again; what is assigned later is entered anew.
@@ -196,9 +198,7 @@ inline void rx_set_owner(rx_var &var, rx_level *owner) {
     std::memcpy(var.value.bytes, &owner, sizeof owner);
 }
 
-/// The number that a tail is when it is written plainly (no sign, no leading zero, at most nine digits), else -1.
-int64_t rx_plain_index(std::string_view tail);
-/// The same for a number, as its text would be under the NUMERIC settings in force.
+/// What rx_plain_index says of a number's text, as it would be under the NUMERIC settings in force.
 int64_t rx_plain_index(const rx_value &number);
 
 /// To be called when the meaning of names changes in the scope in force: empties its row, and gives it a new serial

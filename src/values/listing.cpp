@@ -32,8 +32,9 @@ bool set_in_older(const rx_level *level, const rx_stem &stem, const std::string 
     for (level = level->older; level; level = level->older) {
         const rx_stem *older = level->find_stem(stem.name, rx_lookup_hash(stem.name));
         if (!older) continue;
-        int64_t index = rx_plain_index(std::string_view(tail));
-        const rx_var *var = index >= 0 ? older->find(static_cast<uint32_t>(index)) : older->find(tail);
+        int32_t index = rx_plain_index(std::string_view(tail));
+        const rx_var *var =
+            index >= 0 ? older->find(static_cast<uint32_t>(index)) : older->find(tail, rx_lookup_hash(tail));
         if (var && var->state == RX_SET) return true;
     }
     return false;

@@ -17,5 +17,6 @@ const rx_symbol &rx_numbered_symbol::at(unsigned long long number) {
     rx_tail &last = symbol_->tails[symbol_->tail_count - 1];
     last.text = digits;
     last.hash = rx_lookup_hash(digits);
+    last.index = rx_plain_index(digits);
     return *symbol_;
 }

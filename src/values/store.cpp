@@ -11,26 +11,6 @@
 
 namespace {
 
-/// The resolved name of a compound, put together in a buffer on the stack; long ones move to the heap.
-struct name_builder {
-    char small[120];
-    std::string large;
-    size_t length = 0;
-
-    void add(std::string_view text) {
-        if (length + text.size() <= sizeof small) [[likely]]
-            rx_copy_bytes(small + length, text.data(), text.size());
-        else
-            add_to_large(text);
-        length += text.size();
-    }
-    [[gnu::noinline]] void add_to_large(std::string_view text) {
-        if (large.empty()) large.assign(small, length);
-        large += text;
-    }
-    std::string_view view() const { return large.empty() ? std::string_view(small, length) : std::string_view(large); }
-};
-
 bool refreshes(const rx_symbol &symbol) {
     return symbol.environment && rx_modes->env_mode == RX_SETENV;
 }
@@ -94,16 +74,6 @@ inline const rx_value *tail_value(const rx_tail &tail) {
     return meaning.var()->state == RX_SET ? &meaning.var()->value : nullptr;
 }
 
-/// The tails of a compound with their values, joined by dots: what follows the stem's dot in the resolved name.
-void build_tails(const rx_symbol &symbol, name_builder &name) {
-    for (uint32_t i = 0; i < symbol.tail_count; i++) {
-        if (i) name.add(".");
-        rx_number_buffer buffer;
-        const rx_value *value = tail_value(symbol.tails[i]);
-        name.add(value ? rx_arg_text(*value, buffer) : symbol.tails[i].text);
-    }
-}
-
 /// The stem that owns the compounds of a name, followed through exposed keys, searched from a level. Null when the
 /// level that the search ends in (`level` on return) has no such stem.
 rx_stem *find_stem(rx_level *&level, std::string_view stem_name, uint64_t hash) {
@@ -125,43 +95,106 @@ rx_stem *owner_stem(const rx_symbol &symbol, rx_level *&level) {
     return stem;
 }
 
-/// What the tails of a compound come to: a plain whole number, or a text.
+/// What the tails of a compound come to: a plain whole number, or a text and its hash. The text may lie with the variable
+/// that is the only tail.
 struct resolved_tails {
     int64_t index = -1; ///< -1: the text counts
-    name_builder text;
-
-    std::string_view view() const { return text.view(); }
+    std::string_view text;
+    uint64_t hash;
+    char room[128];
+    std::string more_room;
 };
 
-void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
-    if (symbol.tail_count == 1) {
-        const rx_value *value = tail_value(symbol.tails[0]);
-        if (value && value->is_number()) {
-            tails.index = rx_plain_index(*value);
-            if (tails.index >= 0) return;
-            rx_number_buffer buffer;
-            tails.text.add(rx_number_text(value->real, value->decimals, buffer));
-        } else {
-            tails.text.add(value ? value->text() : symbol.tails[0].text);
-        }
-        tails.index = rx_plain_index(tails.text.view());
-        return;
+/// The tails with their values, joined by dots, whatever they are and however long.
+[[gnu::noinline]] void join_with_care(const rx_symbol &symbol, resolved_tails &tails) {
+    std::string &name = tails.more_room;
+    for (uint32_t i = 0; i < symbol.tail_count; i++) {
+        if (i) name += '.';
+        rx_number_buffer buffer;
+        const rx_value *value = tail_value(symbol.tails[i]);
+        name += value ? rx_arg_text(*value, buffer) : symbol.tails[i].text;
     }
-    build_tails(symbol, tails.text);
+    tails.text = name;
 }
 
-/// The plain whole number that the only tail of a compound holds, when that can be had without making a text; else -1.
-inline int64_t ready_index(const rx_symbol &symbol) {
+/// The same in the record itself. False: nothing has happened that can't happen again.
+bool join(const rx_symbol &symbol, resolved_tails &tails) {
+    char *at = tails.room;
+    for (uint32_t i = 0; i < symbol.tail_count; i++) {
+        if (i) *at++ = '.';
+        const rx_value *value = tail_value(symbol.tails[i]);
+        auto left = static_cast<size_t>(tails.room + sizeof tails.room - at);
+        if (value && value->is_number()) {
+            uint32_t number;
+            if (left < 10 || !rx_short_natural(*value, number)) return false;
+            rx_digits digits = rx_digits_of(number);
+            std::memcpy(at, &digits.bytes, sizeof digits.bytes);
+            at += digits.length;
+        } else {
+            std::string_view text = value ? value->text() : symbol.tails[i].text;
+            if (left < text.size() + 1) return false;
+            rx_copy_bytes(at, text.data(), text.size());
+            at += text.size();
+        }
+    }
+    tails.text = {tails.room, static_cast<size_t>(at - tails.room)};
+    return true;
+}
+
+void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
+    const rx_tail &first = symbol.tails[0];
+    if (symbol.tail_count > 1) {
+        if (!join(symbol, tails)) join_with_care(symbol, tails);
+    } else if (const rx_value *value = tail_value(first); !value) {
+        tails.text = first.text;
+        tails.index = first.index;
+        tails.hash = first.hash;
+        return;
+    } else if (value->is_number()) {
+        tails.index = rx_plain_index(*value);
+        if (tails.index >= 0) return;
+        join_with_care(symbol, tails);
+        tails.index = rx_plain_index(tails.text);
+    } else {
+        tails.text = value->text();
+        tails.index = rx_plain_index(tails.text);
+    }
+    tails.hash = rx_lookup_hash(tails.text);
+}
+
+/// The entry that a compound's only tail leads to, when the tail is a variable and the names are known, and the stem
+/// that it is in; it is not exposed. Null: it has to be looked for. With `known` null says that there is no entry.
+inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
+    known = false;
+    if (symbol.tail_count != 1) return nullptr;
     const rx_value *tail = rx_var_index(symbol);
-    return tail && tail->is_number() ? rx_plain_index(*tail) : -1;
+    if (!tail || tail->is_none()) return nullptr;
+    stem = rx_scope->row[symbol.stem_place].elements()->stem;
+    rx_var *var = nullptr;
+    if (tail->is_number()) {
+        int64_t index = rx_plain_index(*tail);
+        if (index < 0) return nullptr;
+        if (static_cast<uint64_t>(index) < stem->elements.count) var = stem->elements.at(static_cast<uint64_t>(index));
+        if (!var || !var->order) {
+            known = !stem->sparse;
+            return nullptr;
+        }
+    } else {
+        std::string_view text = tail->text();
+        if (rx_plain_index(text) >= 0) return nullptr;
+        var = stem->find(text, rx_lookup_hash(text));
+        if (!var) return nullptr;
+    }
+    known = var->state != RX_EXPOSED;
+    return known ? var : nullptr;
 }
 
 rx_var *find_tail(const rx_stem &stem, const resolved_tails &tails) {
-    return tails.index >= 0 ? stem.find(static_cast<uint32_t>(tails.index)) : stem.find(tails.view());
+    return tails.index >= 0 ? stem.find(static_cast<uint32_t>(tails.index)) : stem.find(tails.text, tails.hash);
 }
 
 rx_var &enter_tail(rx_stem &stem, const resolved_tails &tails) {
-    return tails.index >= 0 ? stem.enter(static_cast<uint32_t>(tails.index)) : stem.enter(tails.view());
+    return tails.index >= 0 ? stem.enter(static_cast<uint32_t>(tails.index)) : stem.enter(tails.text, tails.hash);
 }
 
 /// The entry of a compound that a read ends at (never exposed), and the stem of that level for its default.
@@ -205,7 +238,7 @@ std::string compound_name(const rx_symbol &symbol, const resolved_tails &tails) 
     if (tails.index >= 0)
         name += std::to_string(tails.index);
     else
-        name += tails.view();
+        name += tails.text;
     return name;
 }
 
@@ -241,7 +274,7 @@ rx_var &simple_entry(rx_level *level, std::string_view name, uint64_t hash) {
     }
 }
 
-rx_var &compound_entry(const rx_symbol &symbol) {
+[[gnu::noinline]] rx_var &compound_entry_with_care(const rx_symbol &symbol) {
     rx_level *level;
     rx_stem *stem = owner_stem(symbol, level);
     if (!stem) {
@@ -249,11 +282,6 @@ rx_var &compound_entry(const rx_symbol &symbol) {
         note_meaning(symbol.stem_place, symbol.stem, true, &stem->elements);
     }
     if (symbol.whole_stem) return stem->enter_key();
-    if (int64_t index = ready_index(symbol); index >= 0) {
-        rx_var *var = stem->find(static_cast<uint32_t>(index));
-        if (!var) return stem->enter(static_cast<uint32_t>(index));
-        if (var->state != RX_EXPOSED) return entered_again(*stem, *var);
-    }
     resolved_tails tails;
     resolve_tails(symbol, tails);
     for (;;) {
@@ -264,6 +292,13 @@ rx_var &compound_entry(const rx_symbol &symbol) {
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
     }
+}
+
+inline rx_var &compound_entry(const rx_symbol &symbol) {
+    const rx_stem *stem;
+    bool known;
+    rx_var *var = find_by_tail(symbol, stem, known);
+    return var && !(var->marks & RX_LEFT_OVER) ? *var : compound_entry_with_care(symbol);
 }
 
 void drop_entry(rx_var &var) {
@@ -296,6 +331,8 @@ rx_resolved_symbol::rx_resolved_symbol(std::string_view name) {
     symbol.stem_hash = rx_lookup_hash(symbol.stem);
     symbol.whole_stem = key;
     tail.text = key ? std::string_view() : name.substr(dot + 1);
+    tail.hash = rx_lookup_hash(tail.text);
+    tail.index = rx_plain_index(tail.text);
     tail.constant = true;
     symbol.tails = &tail;
     symbol.tail_count = 1;
@@ -335,27 +372,32 @@ bool rx_enter_element(const rx_symbol &symbol, rx_var &element) {
     return true;
 }
 
+namespace {
+
+[[gnu::noinline]] const rx_value *peek_compound(const rx_symbol &symbol) {
+    if (symbol.whole_stem) {
+        const rx_var *key = find_key(symbol);
+        return key && key->state == RX_SET ? &key->value : nullptr;
+    }
+    resolved_tails tails;
+    resolve_tails(symbol, tails);
+    rx_stem *stem;
+    const rx_var *var = find_compound(symbol, tails, stem);
+    return var && var->state == RX_SET ? &var->value : default_of(stem);
+}
+
+} // namespace
+
 const rx_value *rx_var_peek(const rx_symbol &symbol) {
     if (refreshes(symbol)) return nullptr;
     if (!symbol.compound()) {
         const rx_var *var = find_simple(symbol);
         return var && var->state == RX_SET ? &var->value : nullptr;
     }
-    if (symbol.whole_stem) {
-        const rx_var *key = find_key(symbol);
-        return key && key->state == RX_SET ? &key->value : nullptr;
-    }
-    if (int64_t index = ready_index(symbol); index >= 0) {
-        const rx_stem &stem = *rx_scope->row[symbol.stem_place].elements()->stem;
-        const rx_var *var = nullptr;
-        if (static_cast<uint64_t>(index) < stem.elements.count) var = stem.elements.at(static_cast<uint64_t>(index));
-        if (var && var->state == RX_SET) return &var->value;
-        if (!stem.sparse && (!var || var->state == RX_DROPPED)) return default_of(&stem);
-    }
-    resolved_tails tails;
-    resolve_tails(symbol, tails);
-    rx_stem *stem;
-    const rx_var *var = find_compound(symbol, tails, stem);
+    const rx_stem *stem;
+    bool known;
+    const rx_var *var = find_by_tail(symbol, stem, known);
+    if (!known) return peek_compound(symbol);
     return var && var->state == RX_SET ? &var->value : default_of(stem);
 }
 

@@ -21,9 +21,27 @@ uint64_t rx_lookup_hash(std::string_view name) {
         hash ^= hash >> 32;
     }
     uint64_t rest = 0;
-    for (size_t i = 0; i < left; i++) rest = rest << 8 | static_cast<unsigned char>(at[i]);
+    if (left >= 4) {
+        uint32_t first, last;
+        std::memcpy(&first, at, 4);
+        std::memcpy(&last, at + left - 4, 4);
+        rest = uint64_t{first} << 32 | last;
+    } else if (left > 0) {
+        auto byte = [&](size_t i) { return static_cast<uint64_t>(static_cast<unsigned char>(at[i])); };
+        rest = byte(0) << 16 | byte(left / 2) << 8 | byte(left - 1);
+    }
     hash = (hash ^ rest) * factor;
     return hash ^ hash >> 32;
+}
+
+int32_t rx_plain_digits(std::string_view tail) {
+    if (tail.size() > 9 || (tail[0] == '0' && tail.size() > 1)) return -1;
+    int32_t index = 0;
+    for (char c : tail) {
+        if (!rx_is_digit(c)) return -1;
+        index = index * 10 + (c - '0');
+    }
+    return index;
 }
 
 uint32_t rx_place_of(std::string_view name, bool stem) {
@@ -57,6 +75,7 @@ rx_symbol *rx_parse_tails(rx_arena &arena, std::string_view name) {
         rx_tail &tail = symbol->tails[i];
         tail.text = name.substr(dot + 1, end - dot - 1);
         tail.hash = rx_lookup_hash(tail.text);
+        tail.index = rx_plain_index(tail.text);
         tail.constant = tail.text.empty() || rx_is_digit(tail.text[0]);
         dot = end;
     }

@@ -36,6 +36,7 @@ struct rx_tail {
     std::string_view text;
     uint64_t hash = 0;
     bool constant = false; ///< empty or beginning with a digit: always stands for itself
+    int32_t index = -1;    ///< of the text, see rx_plain_index
     mutable uint32_t place = RX_NEW_NAME;
     const rx_var *lent = nullptr; ///< stands for the tail instead of a variable of that name
 };
@@ -61,6 +62,12 @@ struct rx_symbol {
 /// same hash only when they are the same.
 uint64_t rx_lookup_hash(std::string_view name);
 constexpr size_t rx_exact_hash_length = 8;
+
+/// The number that a tail is when it is written plainly (no sign, no leading zero, at most nine digits), else -1.
+int32_t rx_plain_digits(std::string_view tail);
+inline int32_t rx_plain_index(std::string_view tail) {
+    return tail.empty() || tail[0] < '0' || tail[0] > '9' ? -1 : rx_plain_digits(tail);
+}
 
 /// Splits a name, already folded, into a symbol record. Text and records live in the arena.
 rx_symbol *rx_parse_tails(rx_arena &arena, std::string_view name);
