@@ -186,13 +186,21 @@ std::string shown_name(const rx_symbol &target) {
     return target.whole_stem ? std::string(target.name) : rx_resolve_name(target);
 }
 
+/// Stores a copy of a value that stands somewhere, perhaps in the entry itself.
+void put_in(rx_var &var, const rx_value &value) {
+    rx_put_copy(rx_var_assigned(var), value);
+    var.state = RX_SET;
+}
+
 /// A value for a simple variable: nothing that happens on the right can change which variable that is.
 [[gnu::noinline]] void assign_plain(const rx_assign_clause &clause) {
     const rx_symbol &target = *clause.target->symbol;
     rx_value scratch;
     const rx_value &value = rx_view(clause.value, 0, scratch);
-    rx_var &var = rx_var_entry(target);
-    rx_var_store(var, &value == &scratch ? std::move(scratch) : rx_copy_value(value));
+    if (&value == &scratch)
+        rx_var_store(rx_var_entry(target), std::move(scratch));
+    else
+        put_in(rx_var_entry(target), value);
 }
 
 /// A variable or constant for a compound. False: nothing has happened.
@@ -200,8 +208,7 @@ std::string shown_name(const rx_symbol &target) {
     const rx_expr *node = clause.value;
     const rx_value *value = node->type == STRING ? node->literal->text : rx_var_peek(*node->symbol);
     if (!value) return false;
-    rx_value copy = rx_copy_value(*value); // the target may be where it stands
-    rx_var_store(rx_var_entry(*clause.target->symbol), std::move(copy));
+    put_in(rx_var_entry(*clause.target->symbol), *value);
     return true;
 }
 

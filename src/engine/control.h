@@ -11,6 +11,7 @@ struct rx_swift_rounds {
     rx_var *control; ///< the control variable
     double current;  ///< its value in this round
     double by;       ///< not 0
+    bool up;         ///< it is above 0
     double bound;    ///< the last value that may come, going up or down; at most 10^8 from 0
 };
 

@@ -286,7 +286,7 @@ rx_flow run_body(controlled &state) {
     double bound = up ? longest_swift : -longest_swift;
     if (state.has_to) bound = up ? std::min(bound, state.to) : std::max(bound, state.to);
     rx_swift_rounds rounds{
-        .loop = &loop, .control = state.entry, .current = state.current, .by = state.by, .bound = bound};
+        .loop = &loop, .control = state.entry, .current = state.current, .by = state.by, .up = up, .bound = bound};
     rx_flow flow = rx_run_swift_rounds(loop.body, rounds);
     state.current = rounds.current;
     return flow;

@@ -59,13 +59,9 @@ rx_flow loop_exit(const rx_name_clause &clause, rx_flow flow) {
     return clause.road == ASSIGN_NUMBER && (rx_settings.value.trace & TRACE_CLAUSES) == 0 && rx_store_number(clause);
 }
 
-inline void assign(const rx_assign_clause &clause) {
-    if (!assigned_quickly(clause)) rx_assign(clause);
-}
-
 inline rx_flow run_clause(const rx_clause *clause) {
     switch (clause->kind) {
-    case CL_ASSIGN: assign(as<rx_assign_clause>(clause)); break;
+    case CL_ASSIGN: rx_assign(as<rx_assign_clause>(clause)); break;
     case CL_IF: return rx_if(as<rx_if_clause>(clause));
     case CL_DO: return rx_do(as<rx_do_clause>(clause));
     case CL_SELECT: return rx_select(as<rx_select_clause>(clause));
@@ -122,6 +118,13 @@ namespace {
     while (const rx_clause *clause = cell->clause) {
         rx_error.line = clause->line;
         rx_clause_count++;
+        if (clause->kind == CL_ASSIGN && assigned_quickly(as<rx_assign_clause>(clause))) {
+            // Nobody can have asked for a prompt meanwhile.
+            if (rx_halt_pending) [[unlikely]]
+                rx_halt_poll();
+            cell = cell->next;
+            continue;
+        }
         rx_flow flow = run_clause(clause);
         if (rx_settings->trace & TRACE_PROMPT) [[unlikely]] {
             if (!prompt(flow)) continue;
@@ -150,7 +153,7 @@ namespace {
 inline bool may_step(const rx_swift_rounds &rounds, double current, double next) {
     const rx_value &value = rounds.control->value;
     return rx_head_of(value) == rx_whole_head && value.real == current &&
-           (rounds.by > 0 ? next <= rounds.bound : next >= rounds.bound);
+           (rounds.up ? next <= rounds.bound : next >= rounds.bound);
 }
 
 /// Such rounds where the target is an element of a stem whose tail is the loop's variable, `a.i = 0`: as far as the

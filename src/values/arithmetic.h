@@ -15,6 +15,7 @@
 #include "values/rounding.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 
@@ -192,14 +193,17 @@ inline bool rx_short_integers(rx_plain a, rx_plain b, int32_t &left, int32_t &ri
     return right != 0;
 }
 
-/// Two whole numbers from 0 to 10^9 and at most 10^digits, the divisor no 0: their quotient and remainder are found by
-/// integers, and neither is too long.
+/// Two whole numbers from 0 to 10^9, the divisor no 0, at NUMERIC DIGITS 9 or more: their quotient and remainder are
+/// found by integers, and neither is too long.
 [[gnu::always_inline]] inline bool rx_short_naturals(rx_plain a, rx_plain b, uint32_t &n, uint32_t &divisor) {
-    double limit = rx_tens(std::min(rx_numeric.value.digits, 9));
-    if (!(a.real <= limit && b.real <= limit && a.real >= 0 && b.real > 0)) return false;
+    // As integers: of the numbers that aren't negative the order of their bits is their own.
+    constexpr auto limit = std::bit_cast<uint64_t>(1e9);
+    if (rx_numeric.value.digits < 9 || std::bit_cast<uint64_t>(a.real) > limit ||
+        std::bit_cast<uint64_t>(b.real) > limit)
+        return false;
     n = static_cast<uint32_t>(static_cast<int64_t>(a.real));
     divisor = static_cast<uint32_t>(static_cast<int64_t>(b.real));
-    return true;
+    return divisor != 0;
 }
 
 inline rx_plain rx_whole_divide(rx_plain a, rx_plain b, int digits) {
