@@ -53,31 +53,34 @@ void put_text_of(rx_value &text, const rx_value &value) {
         rx_put_copy(text, value);
 }
 
-/// Evaluates one argument to its text. What most calls hand on (constants, variables, small sums and the caller's own
-/// arguments) is had without going through the evaluation of expressions.
-inline void evaluate_argument(const rx_expr *node, rx_value &text, int level) {
-    if (level == 0) {
-        if (node->type == OP_NODE) {
-            if (rx_plain plain; rx_try_quick(*node->op, plain)) return rx_put_number_text(text, plain);
-            if (const rx_value *value = rx_quick_argument(*node->op)) return put_text_of(text, *value);
-        } else if (node->type == SYMBOL) {
-            if (const rx_value *value = rx_var_cached(*node->symbol)) return put_text_of(text, *value);
-        } else {
-            return rx_put_copy(text, *node->literal->text);
+/// Makes one argument of what most calls hand on: constants, variables, small sums and the caller's own arguments. False:
+/// it has to be evaluated.
+inline bool put_ready_argument(const rx_expr *node, rx_value &text) {
+    const rx_value *value;
+    if (node->type == OP_NODE) {
+        if (rx_plain plain; rx_try_quick(*node->op, plain)) {
+            rx_put_number_text(text, plain);
+            return true;
         }
+        value = rx_quick_argument(*node->op);
+    } else if (node->type == SYMBOL) {
+        value = rx_var_cached(*node->symbol);
+    } else {
+        value = node->type == STRING ? node->literal->text : nullptr;
     }
-    text = rx_to_string(do_exec(node, level));
+    if (value) put_text_of(text, *value);
+    return value;
 }
 
-void evaluate_arguments(const rx_op &call, argument_area &area, int level) {
-    const rx_expr *node = call.args;
-    for (uint32_t i = 0; i < call.argument_count; i++, node = node->next) {
+[[gnu::noinline]] void evaluate_argument(const rx_expr *node, rx_arg &arg, int level) {
+    arg.omitted = node->type == VIDE;
+    arg.text = arg.omitted ? rx_string("") : rx_to_string(do_exec(node, level));
+}
+
+inline void evaluate_arguments(const rx_op &call, argument_area &area, int level) {
+    for (const rx_expr *node = call.args; area.count < call.argument_count; node = node->next) {
         rx_arg &arg = area.add();
-        arg.omitted = node->type == VIDE;
-        if (arg.omitted)
-            arg.text = rx_string("");
-        else
-            evaluate_argument(node, arg.text, level);
+        if (level || !put_ready_argument(node, arg.text)) evaluate_argument(node, arg, level);
     }
 }
 
@@ -156,7 +159,7 @@ inline const rx_clause_cell *begin_routine(const rx_label &label) {
     return opening.behind;
 }
 
-rx_value run_routine(const rx_label &label, const rx_op &call, int level) {
+[[gnu::always_inline]] inline rx_value run_routine(const rx_label &label, const rx_op &call, int level) {
     rx_check_stack();
     argument_area area(call.argument_count);
     evaluate_arguments(call, area, level);
@@ -238,7 +241,7 @@ bool resolve(const rx_op &call, bool after_load, rx_call_target &kind) {
     return row->handler(call.args, rx_extra_functions);
 }
 
-[[gnu::noinline]] rx_value call_label(const rx_op &call, int level) {
+[[gnu::always_inline]] inline rx_value call_label(const rx_op &call, int level) {
     const auto *label = static_cast<const rx_label *>(call.target);
     rx_set_sigl(call.own_line);
     if (label->frame) [[unlikely]]
@@ -247,14 +250,19 @@ bool resolve(const rx_op &call, bool after_load, rx_call_target &kind) {
     return run_routine(*label, call, level);
 }
 
+[[gnu::noinline]] rx_value call_label_traced(const rx_op &call, int level) {
+    return call_label(call, level);
+}
+
+/// The same while nobody traces, which saves a look at the level for each argument.
+[[gnu::noinline]] rx_value call_label_untraced(const rx_op &call) {
+    return call_label(call, 0);
+}
+
 [[noreturn]] void not_found(const rx_expr *name) {
     rx_write("\nvandra: \"" + std::string(name->text) + "\" routine not found.\n");
     rx_raise_at(name->line, name->column, 43);
 }
-
-} // namespace
-
-namespace {
 
 /// A name that no call has met before: a source is loaded for it, or its command runs.
 [[gnu::noinline]] bool load_routine(const rx_op &call, rx_call_target &kind, rx_value &result, int level) {
@@ -273,7 +281,7 @@ namespace {
     }
     rx_error.line = call->name->line;
     rx_error.column = call->name->column;
-    rx_value result = kind == RX_CALLS_LABEL ? call_label(*call, level) : call_handler(*call, kind, level);
+    rx_value result = kind == RX_CALLS_LABEL ? call_label_traced(*call, level) : call_handler(*call, kind, level);
     if (level) rx_trace_function(level, call->name->text, result);
     return result;
 }
@@ -298,7 +306,7 @@ rx_value rx_invoke(const rx_op *call, int level) {
         if (rx_calls(*call, RX_CALLS_LABEL)) {
             rx_error.line = call->name->line;
             rx_error.column = call->name->column;
-            return call_label(*call, 0);
+            return call_label_untraced(*call);
         }
         if (rx_calls(*call, RX_CALLS_BUILTIN) && rx_routine.value.call_level == 0) return call_handler_swiftly(*call);
     }

@@ -23,7 +23,7 @@ void rx_call(const rx_call_clause &clause);
 rx_flow rx_signal(const rx_signal_clause &clause);
 void rx_parse(const rx_parse_clause &clause);
 
-/// True for a PARSE ARG with at most one simple variable for each argument.
+/// True for a PARSE ARG with one simple variable for each argument.
 bool rx_takes_each(const rx_parse_clause &clause);
 
 /// Runs such a clause while nobody traces. Raises nothing.

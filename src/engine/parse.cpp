@@ -440,7 +440,6 @@ namespace {
 [[gnu::noinline]] void take_with_care(const rx_parse_clause &clause, uint32_t first) {
     const rx_template &made = *clause.made;
     for (uint32_t i = first; i < made.each_count; i++) {
-        if (!made.each[i]) continue;
         rx_var &var = rx_var_entry(*made.each[i]);
         rx_put_copy(rx_var_assigned(var), i < rx_routine->arg_count ? rx_routine->args[i].text : no_argument);
         var.state = RX_SET;
@@ -452,10 +451,9 @@ namespace {
 
 void rx_take_each(const rx_parse_clause &clause) {
     const rx_template &made = *clause.made;
+    if (clause.upper || made.each_count > rx_routine.value.arg_count) return take_with_care(clause, 0);
     for (uint32_t i = 0; i < made.each_count; i++) {
-        const rx_symbol *symbol = made.each[i];
-        if (!symbol || clause.upper || i >= rx_routine.value.arg_count) return take_with_care(clause, i);
-        rx_meaning meaning = rx_scope.value.row[symbol->place];
+        rx_meaning meaning = rx_scope.value.row[made.each[i]->place];
         rx_var &var = *meaning.var();
         const rx_value &text = rx_routine.value.args[i].text;
         if (!meaning.met() || var.pins || text.storage == RX_HEAP || var.value.storage == RX_HEAP)

@@ -110,25 +110,15 @@ bool is_simple(const rx_template_item &item) {
     }
 }
 
-/// True for all items of a template with at most one simple variable or placeholder between commas.
-bool is_one_of_each(const rx_template_item &item) {
-    switch (item.step) {
-    case rx_template_step::variable:
-    case rx_template_step::placeholder: return item.cut == &item + 1;
-    case rx_template_step::comma:
-    case rx_template_step::end: return true;
-    default: return false;
-    }
-}
-
+/// Fills `each`, if the template is one for it.
 void list_each(rx_arena &arena, rx_template &made) {
-    const rx_template_item *item = made.items;
     std::vector<const rx_symbol *> symbols;
-    for (;; item++) {
-        bool takes = item->step == rx_template_step::variable;
-        symbols.push_back(takes ? item->symbol : nullptr);
-        item = item->cut;
-        if (item->step == rx_template_step::end) break;
+    for (const rx_template_item *item = made.items;; item = item->cut + 1) {
+        const rx_template_item &cut = *item->cut;
+        if (item->step != rx_template_step::variable || item + 1 != &cut) return;
+        if (cut.step != rx_template_step::comma && cut.step != rx_template_step::end) return;
+        symbols.push_back(item->symbol);
+        if (cut.step == rx_template_step::end) break;
     }
     made.each = arena.make_array<const rx_symbol *>(symbols.size());
     std::copy(symbols.begin(), symbols.end(), made.each);
@@ -157,6 +147,6 @@ rx_template *rx_read_template(rx_arena &arena, const rx_expr *token, const rx_sy
     }
     auto *made =
         arena.make<rx_template>(rx_template{.items = row, .simple = std::all_of(row, row + items.size(), is_simple)});
-    if (std::all_of(row, row + items.size(), is_one_of_each)) list_each(arena, *made);
+    list_each(arena, *made);
     return made;
 }

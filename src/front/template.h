@@ -37,8 +37,7 @@ struct rx_template_item {
 struct rx_template {
     rx_template_item *items = nullptr; ///< the last one is an `end`
     bool simple = true;                ///< holds simple variables, cuts that are written out and nothing wrong
-    /// Where there is at most one simple variable or placeholder between commas, and nothing else: the variables by
-    /// argument, null for none. Otherwise null.
+    /// Where there is one simple variable between commas, and nothing else: the variables by argument. Otherwise null.
     const rx_symbol **each = nullptr;
     uint32_t each_count = 0;
     uint64_t serial = 0; ///< of the scope that the entries, all of them, belong to
