@@ -4,6 +4,7 @@
 #include "engine/clauses.h"
 #include "engine/index.h"
 #include "engine/trace.h"
+#include "platform/strings.h"
 
 #include <array>
 #include <cstring>
@@ -29,12 +30,27 @@ bool same_name(const rx_symbol &a, const rx_symbol &b) {
     return a.hash == b.hash && a.name == b.name;
 }
 
-/// `s = s || x` where S is a simple variable that holds a string and X a constant or a variable that is set: appends to
-/// S where it stands. False when the clause is something else.
+/// True for `s = s || x` where S is a simple variable and X a constant or a variable.
+bool appends_one(const rx_assign_clause &clause) {
+    const rx_symbol &target = *clause.target->symbol;
+    if (!joins(clause.value) || target.compound()) return false;
+    const rx_op &op = *clause.value->op;
+    return op.a.kind == SYMBOL && op.b.kind != OP_NODE && same_name(*op.a.node->symbol, target);
+}
+
+/// rx_append, without a call where the room is there.
+inline void append(rx_value &string, std::string_view text) {
+    size_t length = string.length + text.size();
+    if (string.storage != RX_HEAP || length > string.heap.capacity) return rx_append(string, text);
+    rx_copy_bytes(string.heap.data + string.length, text.data(), text.size());
+    string.heap.data[length] = '\0';
+    string.length = static_cast<uint32_t>(length);
+}
+
+/// Runs such a clause where S holds a string and X is set: appends to S where it stands. False: nothing has happened.
 inline bool append_one(const rx_assign_clause &clause) {
     const rx_symbol &target = *clause.target->symbol;
     const rx_op &op = *clause.value->op;
-    if (op.a.kind != SYMBOL || op.b.kind == OP_NODE || !same_name(*op.a.node->symbol, target)) return false;
     const rx_value *held = rx_var_cached(target);
     const rx_value *piece = op.b.kind == STRING ? op.b.node->literal->text : rx_var_cached(*op.b.node->symbol);
     if (!held || !held->is_string() || !piece || piece == held) return false;
@@ -44,8 +60,8 @@ inline bool append_one(const rx_assign_clause &clause) {
     std::string_view text = rx_arg_text(*piece, buffer);
     rx_var &var = *rx_var_met(target);
     rx_value &record = rx_var_assigned(var);
-    if (op.fn->id == FX_BL) rx_append(record, " ");
-    rx_append(record, text);
+    if (op.fn->id == FX_BL) append(record, " ");
+    append(record, text);
     return true;
 }
 
@@ -220,7 +236,8 @@ void put_in(rx_var &var, const rx_value &value) {
     bool constant = value->type == STRING && value->flag == 0 && value->literal->number;
     if (constant || (value->type == OP_NODE && rx_quick_candidate(*value->op))) return ASSIGN_NUMBER;
     if (target.compound()) return value->type == OP_NODE || target.whole_stem ? ASSIGN_GENERAL : ASSIGN_COPY;
-    return joins(value) ? ASSIGN_JOINED : ASSIGN_PLAIN;
+    if (joins(value)) return appends_one(clause) ? ASSIGN_APPEND : ASSIGN_GENERAL;
+    return ASSIGN_PLAIN;
 }
 
 /// Evaluates the right side and stores it under the target, a symbol of the program or its resolved name.
@@ -266,6 +283,13 @@ void assign_value(const rx_assign_clause &clause, const rx_symbol &target, int l
 }
 
 [[gnu::noinline]] void rx_store_first(const rx_symbol &target, rx_plain number) {
+    rx_var *met = rx_var_met(target);
+    if (met && !met->pins && met->value.storage == RX_INLINE) [[likely]] {
+        rx_put_plain(met->value, number);
+        met->state = RX_SET;
+        met->marks = 0;
+        return;
+    }
     rx_var_store(rx_var_entry(target), rx_value_of(number));
 }
 

@@ -21,6 +21,10 @@ struct rx_swift_rounds {
 /// the value; its step has not been taken.
 rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds);
 
+/// Runs the body of a loop that has no condition in round `round`, from 0, then goes round as long as `count` allows it
+/// and nothing else happens, as above. The flow is that of the last run of the body, in the round that `round` tells.
+rx_flow rx_run_counted_rounds(const rx_do_clause &loop, double &round, double count);
+
 /// True when a pending LEAVE or ITERATE is for this loop.
 inline bool rx_is_of_loop(const rx_do_clause &loop) {
     std::string_view name = rx_walk.value.loop_name;

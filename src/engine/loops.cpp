@@ -71,17 +71,25 @@ double count_of(const rx_expr *expr, int level, const char *quote) {
     return count;
 }
 
+/// The body for this round, and for the next ones as long as nothing else happens.
+rx_flow run_counted(const rx_do_clause &loop, int level, double &round, double count) {
+    bool plain = loop.cond_kind == DO_NO_CONDITION && !level && loop.body->clause;
+    return plain ? rx_run_counted_rounds(loop, round, count) : rx_run_clauses(loop.body);
+}
+
 rx_flow do_count(const rx_do_clause &loop, int level) {
     double count = count_of(loop.expr, level, "");
     double round = 0;
     return run_rounds(
-        loop, level, plain_words, false, [&] { return round < count; }, [&] { return rx_run_clauses(loop.body); },
-        [&] { round++; });
+        loop, level, plain_words, false, [&] { return round < count; },
+        [&] { return run_counted(loop, level, round, count); }, [&] { round++; });
 }
 
 rx_flow do_forever(const rx_do_clause &loop, int level) {
+    double round = 0;
     return run_rounds(
-        loop, level, forever_words, false, [] { return true; }, [&] { return rx_run_clauses(loop.body); }, [] {});
+        loop, level, forever_words, false, [] { return true; },
+        [&] { return run_counted(loop, level, round, HUGE_VAL); }, [] {});
 }
 
 /// A control variable is assigned like any other.
@@ -166,6 +174,30 @@ void remember(controlled &state) {
     state.swift = var && rx_is_whole(state.current) && rx_is_whole(state.by);
 }
 
+/// The number of what a loop begins with or ends at, where it can be had without running anything.
+inline bool ready_number(const rx_expr *expr, int level, double &number) {
+    if (level) return false;
+    const rx_value *value;
+    if (expr->type == OP_NODE) {
+        rx_plain plain;
+        if (!rx_try_quick(*expr->op, plain)) return false;
+        number = plain.real;
+        return true;
+    }
+    value = expr->type == STRING ? expr->literal->number : rx_var_cached(*expr->symbol);
+    if (!value || !(value->is_number() || value->carries_number())) return false;
+    number = value->is_number() ? value->real : value->carried.number;
+    return true;
+}
+
+/// Rounded at NUMERIC DIGITS.
+inline double rounded(double number) {
+    // A short whole number stays as it is.
+    if (rx_numeric.value.digits >= 9 && std::fabs(number) <= longest_swift && rx_is_whole(number)) [[likely]]
+        return number;
+    return rx_round_digits(number, rx_numeric->digits);
+}
+
 void evaluate_phrase(controlled &state, rx_do_phrase phrase) {
     const rx_do_clause &loop = state.loop;
     if (phrase == DO_FOR) {
@@ -174,35 +206,43 @@ void evaluate_phrase(controlled &state, rx_do_phrase phrase) {
         return;
     }
     const rx_expr *expr = phrase == DO_TO ? loop.to : loop.by;
-    rx_value value = do_exec(expr, state.level), number;
-    if (state.level) {
-        rx_number_buffer buffer;
-        rx_trace_result(state.level, rx_arg_text(value, buffer));
+    double bound;
+    if (!ready_number(expr, state.level, bound)) {
+        rx_value value = do_exec(expr, state.level), number;
+        if (state.level) {
+            rx_number_buffer buffer;
+            rx_trace_result(state.level, rx_arg_text(value, buffer));
+        }
+        if (!rx_number_of(value, number)) refuse_number(expr, value, "\"");
+        bound = number.real;
     }
-    if (!rx_number_of(value, number)) refuse_number(expr, value, "\"");
     if (phrase == DO_TO) {
-        state.to = number.real;
+        state.to = bound;
         state.has_to = true;
     } else {
-        state.by = rx_round_digits(number.real, rx_numeric->digits);
+        state.by = rounded(bound);
     }
 }
 
 void begin(controlled &state) {
     const rx_do_clause &loop = state.loop;
-    rx_value start = do_exec(loop.expr, state.level), number;
-    if (!rx_number_of(start, number)) refuse_control(state, start, 26);
+    double start;
+    if (!ready_number(loop.expr, state.level, start)) {
+        rx_value value = do_exec(loop.expr, state.level), number;
+        if (!rx_number_of(value, number)) refuse_control(state, value, 26);
+        start = number.real;
+    }
     for (rx_do_phrase phrase : loop.order) {
         if (phrase != DO_NO_PHRASE) evaluate_phrase(state, phrase);
     }
     check_control(loop);
-    rx_value value = start_value(number.real);
+    rx_value value = start_value(start);
     if (state.level) {
         rx_number_buffer buffer;
         rx_trace_assignment(state.level, rx_resolve_name(control_of(state)), rx_arg_text(value, buffer));
     }
     rx_var_assign(control_of(state), std::move(value));
-    state.current = rx_round_digits(number.real, rx_numeric->digits);
+    state.current = rounded(start);
     remember(state);
 }
 

@@ -233,6 +233,20 @@ rx_flow rx_run_swift_rounds(const rx_clause_cell *body, rx_swift_rounds &rounds)
     }
 }
 
+rx_flow rx_run_counted_rounds(const rx_do_clause &loop, double &round, double count) {
+    rx_check_stack();
+    for (;;) {
+        rx_flow flow = run_chain(loop.body);
+        bool iterated = flow == rx_flow::iterate && rx_is_of_loop(loop);
+        double next = round + 1;
+        bool goes_on = (flow == rx_flow::next || iterated) && next < count && (rx_settings->trace & TRACE_CLAUSES) == 0;
+        if (!goes_on) [[unlikely]]
+            return flow;
+        round = next;
+        if (iterated) rx_poll_between_clauses();
+    }
+}
+
 namespace {
 
 /// Runs what many routines consist of, clauses like `if n < 2 then return n` and a RETURN, without the frame of the

@@ -158,7 +158,7 @@ enum rx_assign_road : uint8_t {
     ASSIGN_NUMBER,
     ASSIGN_PLAIN,
     ASSIGN_COPY,
-    ASSIGN_JOINED,
+    ASSIGN_APPEND,
     ASSIGN_GENERAL
 };
 
