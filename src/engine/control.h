@@ -53,9 +53,11 @@ inline bool rx_quick_condition(const rx_expr *cond, bool &holds) {
         if (!rx_try_quick(*cond->op, plain)) return false;
         number = plain.real;
     } else {
-        const rx_var *var = cond->type == SYMBOL ? rx_glance(*cond->symbol) : nullptr;
-        if (!var || !var->value.is_number()) return false;
-        number = var->value.real;
+        if (cond->type != SYMBOL) return false;
+        const rx_var *var = rx_glance(*cond->symbol);
+        const rx_value *value = var && var->value.is_number() ? &var->value : rx_var_peek(*cond->symbol);
+        if (!value || !value->is_number()) return false;
+        number = value->real;
     }
     // As integers: a comparison of doubles takes longer.
     auto bits = std::bit_cast<uint64_t>(number);

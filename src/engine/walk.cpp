@@ -156,34 +156,52 @@ inline bool may_step(const rx_swift_rounds &rounds, double current, double next)
            (rounds.up ? next <= rounds.bound : next >= rounds.bound);
 }
 
+/// How many of such rounds, the present one first, come before the last one, and leave the tail within a segment.
+inline int64_t rounds_in_segment(const rx_swift_rounds &rounds, int64_t index, int64_t step, unsigned segment) {
+    auto first = static_cast<int64_t>(rx_elements::first_of(segment));
+    auto size = static_cast<int64_t>(rx_elements::size_of(segment));
+    double before_last = std::trunc(std::max((rounds.bound - rounds.current) / rounds.by, 0.0));
+    // The bound may have a fraction, by which the quotient is rounded up.
+    double last = rounds.current + before_last * rounds.by;
+    if (rounds.up ? last > rounds.bound : last < rounds.bound) before_last--;
+    int64_t left = rounds.up ? first + size - 1 - index : index - first;
+    return std::min(static_cast<int64_t>(before_last), left / std::abs(step) + 1);
+}
+
 /// Such rounds where the target is an element of a stem whose tail is the loop's variable, `a.i = 0`: as far as the
 /// element is there or can be entered at its place.
-inline void fill_swiftly(const rx_assign_clause &clause, rx_swift_rounds &rounds) {
+[[gnu::noinline]] void fill_swiftly(const rx_assign_clause &clause, rx_swift_rounds &rounds) {
     const rx_symbol &target = *clause.target->symbol;
     const rx_meaning *row = rx_scope.value.row;
     if (row[target.index_place].found != rounds.control || !row[target.stem_place].met()) return;
     const rx_elements &elements = *row[target.stem_place].elements();
-    double current = rounds.current, by = rounds.by, last = rounds.bound - by;
-    if (std::signbit(current) || std::fabs(by) > 1e8) return;
-    auto index = static_cast<uint64_t>(current), step = static_cast<uint64_t>(static_cast<int64_t>(by));
+    if (std::signbit(rounds.current) || std::fabs(rounds.by) > 1e8) return;
+    auto index = static_cast<int64_t>(rounds.current), step = static_cast<int64_t>(rounds.by);
     const rx_op *op = clause.value->type == OP_NODE ? clause.value->op : nullptr;
     rx_plain plain = op ? rx_plain{} : rx_plain_of(*clause.value->literal->number);
     rx_value &value = rounds.control->value;
-    while (!rx_halt_pending && index < elements.count && (by > 0 ? current <= last : current >= last)) {
-        rx_var &element = *elements.at(index);
-        if (op && !rx_try_quick(*op, plain)) break;
-        if (!element.value.is_number() && (element.order || !rx_enter_element(target, element))) break;
-        rx_put_plain(element.value, plain);
-        element.state = RX_SET;
-        element.marks = 0;
-        // Elements that lie far apart are asked for long before they are needed, for memory answers late.
-        if (uint64_t later = index + step * 64; later < elements.count) __builtin_prefetch(elements.at(later), 1);
-        rx_clause_count++;
-        index += step;
-        current += by;
-        value.real = current;
+    constexpr int64_t between_looks = 4096; // at whether a halt was asked for
+    while (!rx_halt_pending && index >= 0 && static_cast<uint64_t>(index) < elements.count) {
+        unsigned segment = rx_elements::segment_of(static_cast<uint64_t>(index));
+        int64_t count = std::min(rounds_in_segment(rounds, index, step, segment), between_looks), done = 0;
+        auto place = reinterpret_cast<uintptr_t>(elements.in_segment(segment, static_cast<uint64_t>(index)));
+        auto distance = static_cast<uintptr_t>(step) * sizeof(rx_var);
+        for (; done < count; done++, place += distance) {
+            auto &element = *reinterpret_cast<rx_var *>(place);
+            if (op && !rx_try_quick(*op, plain)) break;
+            if (!element.value.is_number() && (element.order || !rx_enter_element(target, element))) break;
+            rx_put_plain(element.value, plain);
+            element.state = RX_SET;
+            element.marks = 0;
+            // Elements that lie far apart are asked for long before they are needed, for memory answers late.
+            __builtin_prefetch(reinterpret_cast<void *>(place + distance * 64), 1);
+            if (op) value.real = rounds.current += rounds.by;
+        }
+        rx_clause_count += static_cast<uint64_t>(done);
+        index += step * done;
+        value.real = rounds.current = static_cast<double>(index);
+        if (done < count || count == 0) return;
     }
-    rounds.current = current;
 }
 
 /// Rounds whose body is one assignment of a number: on its quick road nothing can happen that would end the loop early

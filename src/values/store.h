@@ -75,9 +75,12 @@ struct rx_elements {
     double limit = 0;                    ///< the same, to be compared with numbers
     rx_stem *stem = nullptr;             ///< whose they are
 
+    static uint64_t first_of(unsigned segment) { return segment ? uint64_t{8} << segment : 0; }
+    static uint64_t size_of(unsigned segment) { return segment ? first_of(segment) : 16; }
     static unsigned segment_of(uint64_t index) { return static_cast<unsigned>(std::bit_width(index | 15)) - 4; }
-    rx_var *at(uint64_t index) const {
-        return reinterpret_cast<rx_var *>(start[segment_of(index)] + index * sizeof(rx_var));
+    rx_var *at(uint64_t index) const { return in_segment(segment_of(index), index); }
+    rx_var *in_segment(unsigned segment, uint64_t index) const {
+        return reinterpret_cast<rx_var *>(start[segment] + index * sizeof(rx_var));
     }
 };
 
