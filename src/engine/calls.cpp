@@ -29,17 +29,17 @@ struct argument_area {
     static constexpr uint32_t few = 4;
     uint32_t count = 0; ///< made so far
     rx_arg *args;
-    uint32_t room_for;
+    uint32_t capacity; ///< how many there will be
     alignas(rx_arg) std::byte room[few * sizeof(rx_arg)];
 
-    explicit argument_area(uint32_t wanted) : room_for(wanted) {
+    explicit argument_area(uint32_t wanted) : capacity(wanted) {
         args = static_cast<rx_arg *>(wanted <= few ? room : ::operator new(wanted * sizeof(rx_arg)));
     }
     argument_area(const argument_area &) = delete;
     argument_area &operator=(const argument_area &) = delete;
     ~argument_area() {
         for (uint32_t i = 0; i < count; i++) args[i].~rx_arg();
-        if (room_for > few) [[unlikely]]
+        if (capacity > few) [[unlikely]]
             ::operator delete(args);
     }
     rx_arg &add() { return *new (args + count++) rx_arg; }
@@ -250,7 +250,7 @@ bool resolve(const rx_op &call, bool after_load, rx_call_target &kind) {
     return run_routine(*label, call, level);
 }
 
-[[gnu::noinline]] rx_value call_label_traced(const rx_op &call, int level) {
+[[gnu::noinline]] rx_value call_label_at_level(const rx_op &call, int level) {
     return call_label(call, level);
 }
 
@@ -281,7 +281,7 @@ bool resolve(const rx_op &call, bool after_load, rx_call_target &kind) {
     }
     rx_error.line = call->name->line;
     rx_error.column = call->name->column;
-    rx_value result = kind == RX_CALLS_LABEL ? call_label_traced(*call, level) : call_handler(*call, kind, level);
+    rx_value result = kind == RX_CALLS_LABEL ? call_label_at_level(*call, level) : call_handler(*call, kind, level);
     if (level) rx_trace_function(level, call->name->text, result);
     return result;
 }

@@ -45,7 +45,8 @@ inline const rx_var *rx_glance(const rx_symbol &symbol) {
 /// Evaluates a condition that isn't on the quick road.
 bool rx_condition_with_care(const rx_expr *cond, int level, const rx_condition_words &words);
 
-/// The truth of a condition that can be had without running anything. False: it has to be evaluated.
+/// The truth of a condition for which nothing has to run. False: it has to be evaluated. Error 42 is raised as the
+/// evaluation would.
 inline bool rx_quick_condition(const rx_expr *cond, bool &holds) {
     double number;
     if (cond->type == OP_NODE) [[likely]] {
@@ -55,8 +56,13 @@ inline bool rx_quick_condition(const rx_expr *cond, bool &holds) {
     } else {
         if (cond->type != SYMBOL) return false;
         const rx_var *var = rx_glance(*cond->symbol);
-        const rx_value *value = var && var->value.is_number() ? &var->value : rx_var_peek(*cond->symbol);
-        if (!value || !value->is_number()) return false;
+        const rx_value *value = var ? &var->value : nullptr;
+        if (!value || !value->is_number()) [[unlikely]] {
+            rx_error.line = cond->line;
+            rx_error.column = cond->column;
+            value = rx_var_peek(*cond->symbol);
+            if (!value || !value->is_number()) return false;
+        }
         number = value->real;
     }
     // As integers: a comparison of doubles takes longer.

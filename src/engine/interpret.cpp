@@ -9,13 +9,13 @@ namespace {
 
 /// The text in force and the nesting, which a signal changes, put back however the fragment ends.
 struct fragment_state {
-    const std::string_view *before = rx_routine->interpreted;
+    const std::string_view *outer_text = rx_routine->interpreted;
     int nesting = rx_routine->nesting;
 
-    explicit fragment_state(const std::string_view &now) { rx_routine->interpreted = &now; }
+    explicit fragment_state(const std::string_view *text) { rx_routine->interpreted = text; }
     ~fragment_state() { end(); }
     void end() {
-        rx_routine->interpreted = before;
+        rx_routine->interpreted = outer_text;
         rx_routine->nesting = nesting;
     }
 };
@@ -49,7 +49,7 @@ bool rx_run_fragment(std::string_view text, rx_flow &flow) {
         rx_report_interpreted(text, rx_error.line, rx_error.column, syntax_trapped());
         return false;
     }
-    fragment_state state(text);
+    fragment_state state(&text);
     try {
         flow = rx_run_block(head);
     } catch (const rx_jmp_syntax &) {

@@ -174,19 +174,25 @@ void remember(controlled &state) {
     state.swift = var && rx_is_whole(state.current) && rx_is_whole(state.by);
 }
 
-/// The number of what a loop begins with or ends at, where it can be had without running anything.
-inline bool ready_number(const rx_expr *expr, int level, double &number) {
+/// The number of what a loop begins with or ends at, where nothing has to run or to be shown for it. False: it has to be
+/// evaluated.
+inline bool number_at_hand(const rx_expr *expr, int level, double &number) {
     if (level) return false;
-    const rx_value *value;
-    if (expr->type == OP_NODE) {
-        rx_plain plain;
-        if (!rx_try_quick(*expr->op, plain)) return false;
+    rx_error.line = expr->line;
+    rx_error.column = expr->column;
+    if (rx_plain plain; rx_try_quick(expr, plain)) {
         number = plain.real;
         return true;
     }
-    value = expr->type == STRING ? expr->literal->number : rx_var_cached(*expr->symbol);
-    if (!value || !(value->is_number() || value->carries_number())) return false;
-    number = value->is_number() ? value->real : value->carried.number;
+    const rx_value *value = nullptr;
+    if (expr->type == STRING) value = expr->literal->number;
+    if (expr->type == SYMBOL) value = rx_var_cached(*expr->symbol);
+    if (value && value->is_number())
+        number = value->real;
+    else if (value && value->carries_number())
+        number = value->carried.number;
+    else
+        return false;
     return true;
 }
 
@@ -207,7 +213,7 @@ void evaluate_phrase(controlled &state, rx_do_phrase phrase) {
     }
     const rx_expr *expr = phrase == DO_TO ? loop.to : loop.by;
     double bound;
-    if (!ready_number(expr, state.level, bound)) {
+    if (!number_at_hand(expr, state.level, bound)) {
         rx_value value = do_exec(expr, state.level), number;
         if (state.level) {
             rx_number_buffer buffer;
@@ -227,7 +233,7 @@ void evaluate_phrase(controlled &state, rx_do_phrase phrase) {
 void begin(controlled &state) {
     const rx_do_clause &loop = state.loop;
     double start;
-    if (!ready_number(loop.expr, state.level, start)) {
+    if (!number_at_hand(loop.expr, state.level, start)) {
         rx_value value = do_exec(loop.expr, state.level), number;
         if (!rx_number_of(value, number)) refuse_control(state, value, 26);
         start = number.real;
@@ -325,6 +331,7 @@ rx_flow run_body(controlled &state) {
     bool up = state.by > 0;
     double bound = up ? longest_swift : -longest_swift;
     if (state.has_to) bound = up ? std::min(bound, state.to) : std::max(bound, state.to);
+    if (up ? state.current > bound : state.current < bound) return rx_run_clauses(loop.body);
     rx_swift_rounds rounds{
         .loop = &loop, .control = state.entry, .current = state.current, .by = state.by, .up = up, .bound = bound};
     rx_flow flow = rx_run_swift_rounds(loop.body, rounds);

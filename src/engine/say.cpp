@@ -84,6 +84,8 @@ rx_flow rx_exit(const rx_expr_clause &clause) {
         result = rx_value();
     } else if (const rx_value *value =
                    shown.level == 0 && expr->type == SYMBOL ? rx_var_cached(*expr->symbol) : nullptr) {
+        rx_error.line = expr->line;
+        rx_error.column = expr->column;
         rx_put_copy(result, *value);
     } else {
         result = do_exec(expr, shown.level);

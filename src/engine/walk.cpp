@@ -119,7 +119,7 @@ namespace {
         rx_error.line = clause->line;
         rx_clause_count++;
         if (clause->kind == CL_ASSIGN && assigned_quickly(as<rx_assign_clause>(clause))) {
-            // Nobody can have asked for a prompt meanwhile.
+            // A prompt comes behind clauses that were shown, and this one wasn't.
             if (rx_halt_pending) [[unlikely]]
                 rx_halt_poll();
             cell = cell->next;
@@ -156,7 +156,8 @@ inline bool may_step(const rx_swift_rounds &rounds, double current, double next)
            (rounds.up ? next <= rounds.bound : next >= rounds.bound);
 }
 
-/// How many of such rounds, the present one first, come before the last one, and leave the tail within a segment.
+/// How many of such rounds, the present one first, come before the last one, and leave the tail within a segment. The
+/// bound is not behind the present value.
 inline int64_t rounds_in_segment(const rx_swift_rounds &rounds, int64_t index, int64_t step, unsigned segment) {
     auto first = static_cast<int64_t>(rx_elements::first_of(segment));
     auto size = static_cast<int64_t>(rx_elements::size_of(segment));
@@ -200,7 +201,7 @@ inline int64_t rounds_in_segment(const rx_swift_rounds &rounds, int64_t index, i
         rx_clause_count += static_cast<uint64_t>(done);
         index += step * done;
         value.real = rounds.current = static_cast<double>(index);
-        if (done < count || count == 0) return;
+        if (done < count || count <= 0) return;
     }
 }
 
@@ -271,17 +272,17 @@ namespace {
 /// walk. `next`: the walk has to go on at the cell.
 inline rx_flow run_guards(const rx_clause_cell *&cell) {
     while (const rx_clause *clause = cell->clause) {
-        if (rx_settings.value.trace & (TRACE_CLAUSES | TRACE_PROMPT)) break;
+        if (rx_settings->trace & (TRACE_CLAUSES | TRACE_PROMPT)) break;
         const rx_clause *exit = clause;
         if (clause->kind == CL_IF) {
             const auto &guard = as<rx_if_clause>(clause);
             exit = guard.then_chain->clause;
             if (guard.else_chain || !exit || exit->kind != CL_RETURN) break;
+            rx_error.line = clause->line;
             bool holds;
             if (!rx_quick_condition(guard.cond, holds)) break;
             rx_clause_count++;
             if (!holds) {
-                rx_error.line = clause->line;
                 rx_poll_between_clauses();
                 cell = cell->next;
                 continue;

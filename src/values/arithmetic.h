@@ -56,9 +56,7 @@ inline rx_plain rx_plain_of(const rx_value &number) {
 
 /// True for a number whose text is that of a whole number from 0 below 10^7.
 inline bool rx_short_natural(const rx_value &number, uint32_t &whole) {
-    // As integers: of the numbers that aren't negative the order of their bits is their own.
-    if (rx_head_of(number) != rx_whole_head || rx_numeric.value.digits < 7 ||
-        std::bit_cast<uint64_t>(number.real) > std::bit_cast<uint64_t>(9999999.0))
+    if (rx_head_of(number) != rx_whole_head || rx_numeric.value.digits < 7 || !rx_is_natural_to(number.real, 9999999))
         return false;
     whole = static_cast<uint32_t>(static_cast<int32_t>(number.real));
     return true;
@@ -196,11 +194,7 @@ inline bool rx_short_integers(rx_plain a, rx_plain b, int32_t &left, int32_t &ri
 /// Two whole numbers from 0 to 10^9, the divisor no 0, at NUMERIC DIGITS 9 or more: their quotient and remainder are
 /// found by integers, and neither is too long.
 [[gnu::always_inline]] inline bool rx_short_naturals(rx_plain a, rx_plain b, uint32_t &n, uint32_t &divisor) {
-    // As integers: of the numbers that aren't negative the order of their bits is their own.
-    constexpr auto limit = std::bit_cast<uint64_t>(1e9);
-    if (rx_numeric.value.digits < 9 || std::bit_cast<uint64_t>(a.real) > limit ||
-        std::bit_cast<uint64_t>(b.real) > limit)
-        return false;
+    if (rx_numeric.value.digits < 9 || !rx_is_natural_to(a.real, 1e9) || !rx_is_natural_to(b.real, 1e9)) return false;
     n = static_cast<uint32_t>(static_cast<int64_t>(a.real));
     divisor = static_cast<uint32_t>(static_cast<int64_t>(b.real));
     return divisor != 0;

@@ -210,8 +210,8 @@ bool put_in(rx_level &level) {
     return true;
 }
 
-/// True when a level isn't too large to be kept. Tells what its next call finds as the number of entries made.
-bool is_small(rx_level &level) {
+/// Notes of a level that is left what its next call finds. True when it isn't too large to be kept.
+bool survey(rx_level &level) {
     size_t entries = level.entries.size();
     level.own_stems = false;
     for (auto &stem : level.stems) {
@@ -226,7 +226,7 @@ bool is_small(rx_level &level) {
 
 /// Keeps a level that is left with new entries or for the first time, if it may be; else discards it.
 [[gnu::noinline]] bool keep_or_discard(rx_level &level) {
-    if (is_small(level) && level.procedure && (level.is_kept || put_in(level))) return true;
+    if (survey(level) && level.procedure && (level.is_kept || put_in(level))) return true;
     if (level.is_kept) take_out(level);
     discard(&level);
     return false;

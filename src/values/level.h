@@ -170,7 +170,8 @@ struct rx_level {
     uint32_t promised_order = 0;
     double promised_number = 0;
 
-    /// A simple name that had no entry here when there were so many (see rx_drop_rare).
+    /// A simple name that was looked for and had no entry here, and how many names had one then: as long as no other is
+    /// entered, it still has none (see rx_drop_rare).
     const rx_symbol *lacking = nullptr;
     size_t lacking_among = 0;
 

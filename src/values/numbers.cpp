@@ -221,9 +221,8 @@ const small_texts all_small_texts;
 } // namespace
 
 void rx_put_number_text(rx_value &record, rx_plain plain) {
-    // As integers: of the numbers that aren't negative the order of their bits is their own.
-    if (plain.head == rx_whole_head && std::bit_cast<uint64_t>(plain.real) <= std::bit_cast<uint64_t>(99.0) &&
-        rx_numeric.value.digits >= 2 && record.storage != RX_HEAP) [[likely]]
+    if (plain.head == rx_whole_head && rx_is_natural_to(plain.real, 99) && rx_numeric.value.digits >= 2 &&
+        record.storage != RX_HEAP) [[likely]]
         return record.copy_words(all_small_texts.texts[static_cast<int32_t>(plain.real)]);
     int32_t whole;
     if (record.storage != RX_HEAP && is_short(plain.real, plain.decimals(), whole)) [[likely]]

@@ -85,6 +85,12 @@ inline rx_digits rx_digits_of(uint32_t number) {
     return digits;
 }
 
+/// True for a number from 0 to `most`, which isn't negative. A negative zero counts as below 0.
+inline bool rx_is_natural_to(double number, double most) {
+    // As integers, since the bits of numbers that aren't negative are in their order, and all others are larger.
+    return std::bit_cast<uint64_t>(number) <= std::bit_cast<uint64_t>(most);
+}
+
 /// The text of a number under the NUMERIC settings in force, in the caller's buffer. +infinity raises error 42.
 std::string_view rx_number_text(double number, int decimals, rx_number_buffer &buffer);
 

@@ -117,7 +117,8 @@ struct resolved_tails {
     tails.text = name;
 }
 
-/// The same in the record itself. False: nothing has happened that can't happen again.
+/// The same in the record itself. False: there is no room for them, or a number is spelled in another way than by its
+/// digits; the tails were only read.
 bool join(const rx_symbol &symbol, resolved_tails &tails) {
     char *at = tails.room;
     for (uint32_t i = 0; i < symbol.tail_count; i++) {

@@ -63,8 +63,10 @@ struct rx_symbol {
 uint64_t rx_lookup_hash(std::string_view name);
 constexpr size_t rx_exact_hash_length = 8;
 
-/// The number that a tail is when it is written plainly (no sign, no leading zero, at most nine digits), else -1.
+/// What rx_plain_index says of a tail that begins with a digit.
 int32_t rx_plain_digits(std::string_view tail);
+
+/// The number that a tail is when it is written plainly (no sign, no leading zero, at most nine digits), else -1.
 inline int32_t rx_plain_index(std::string_view tail) {
     return tail.empty() || tail[0] < '0' || tail[0] > '9' ? -1 : rx_plain_digits(tail);
 }
