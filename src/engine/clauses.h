@@ -16,7 +16,7 @@ void rx_procedure(const rx_names_clause &clause);
 /// PROCEDURE of a routine for which a level is kept; false: nothing has happened. Raises nothing.
 bool rx_procedure_again(const rx_names_clause &clause);
 void rx_numeric_instruction(const rx_numeric_clause &clause);
-rx_flow rx_if(const rx_if_clause &clause);
+rx_flow rx_if_traced(const rx_if_clause &clause); ///< the walk has one of its own while nobody traces
 rx_flow rx_do(const rx_do_clause &clause);
 rx_flow rx_select(const rx_select_clause &clause);
 void rx_call(const rx_call_clause &clause);

@@ -20,31 +20,14 @@
     rx_raise_at(cond->line, cond->column, 34, std::move(message));
 }
 
-namespace {
-
-/// Runs a branch. One that goes away at once, as in `if x = 0 then iterate`, is taken here.
-inline rx_flow run_branch(const rx_clause_cell *branch) {
-    const rx_clause *first = branch->clause;
-    bool jumps = first && (first->kind == CL_ITERATE || first->kind == CL_LEAVE || first->kind == CL_RETURN);
-    if (!jumps || rx_settings.value.trace & (TRACE_CLAUSES | TRACE_PROMPT)) return rx_run_clauses(branch);
-    rx_error.line = first->line;
-    rx_clause_count++;
-    if (first->kind == CL_RETURN) return rx_return(*static_cast<const rx_expr_clause *>(first));
-    const auto &jump = *static_cast<const rx_name_clause *>(first);
-    rx_walk.value.loop_name = jump.name ? *jump.name : std::string_view();
-    return first->kind == CL_ITERATE ? rx_flow::iterate : rx_flow::leave;
-}
-
-} // namespace
-
-rx_flow rx_if(const rx_if_clause &clause) {
+[[gnu::noinline]] rx_flow rx_if_traced(const rx_if_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip) {
         rx_flow flow = rx_run_clauses(clause.then_chain);
         return flow == rx_flow::next && clause.else_chain ? rx_run_clauses(clause.else_chain) : flow;
     }
-    if (rx_condition_holds(clause.cond, shown.level, rx_plain_condition)) return run_branch(clause.then_chain);
-    return clause.else_chain ? run_branch(clause.else_chain) : rx_flow::next;
+    if (rx_condition_holds(clause.cond, shown.level, rx_plain_condition)) return rx_run_clauses(clause.then_chain);
+    return clause.else_chain ? rx_run_clauses(clause.else_chain) : rx_flow::next;
 }
 
 namespace {

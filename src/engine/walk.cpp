@@ -59,10 +59,30 @@ rx_flow loop_exit(const rx_name_clause &clause, rx_flow flow) {
     return clause.road == ASSIGN_NUMBER && (rx_settings.value.trace & TRACE_CLAUSES) == 0 && rx_store_number(clause);
 }
 
-inline rx_flow run_clause(const rx_clause *clause) {
+/// Runs a branch of an IF. One that goes away at once, as in `if x = 0 then iterate`, is taken here.
+inline rx_flow run_branch(const rx_clause_cell *branch) {
+    const rx_clause *first = branch->clause;
+    bool jumps = first && (first->kind == CL_ITERATE || first->kind == CL_LEAVE || first->kind == CL_RETURN);
+    if (!jumps || rx_settings->trace & (TRACE_CLAUSES | TRACE_PROMPT)) return rx_run_clauses(branch);
+    rx_error.line = first->line;
+    rx_clause_count++;
+    if (first->kind == CL_RETURN) return rx_return(as<rx_expr_clause>(first));
+    const auto &jump = as<rx_name_clause>(first);
+    rx_walk->loop_name = jump.name ? *jump.name : std::string_view();
+    return first->kind == CL_ITERATE ? rx_flow::iterate : rx_flow::leave;
+}
+
+[[gnu::always_inline]] inline rx_flow run_if(const rx_if_clause &clause) {
+    if (rx_settings->trace & TRACE_CLAUSES) [[unlikely]]
+        return rx_if_traced(clause);
+    if (rx_condition_holds(clause.cond, 0, rx_plain_condition)) return run_branch(clause.then_chain);
+    return clause.else_chain ? run_branch(clause.else_chain) : rx_flow::next;
+}
+
+[[gnu::always_inline]] inline rx_flow run_clause(const rx_clause *clause) {
     switch (clause->kind) {
     case CL_ASSIGN: rx_assign(as<rx_assign_clause>(clause)); break;
-    case CL_IF: return rx_if(as<rx_if_clause>(clause));
+    case CL_IF: return run_if(as<rx_if_clause>(clause));
     case CL_DO: return rx_do(as<rx_do_clause>(clause));
     case CL_SELECT: return rx_select(as<rx_select_clause>(clause));
     case CL_LABEL: label(clause); break;
