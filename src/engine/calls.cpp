@@ -124,7 +124,7 @@ private:
     rx_opening &opening = label.opening;
     const rx_clause_cell *cell = label.cell->next;
     if (cell->clause && cell->clause->kind == CL_PROCEDURE) {
-        opening.procedure = cell;
+        opening.procedure = static_cast<const rx_names_clause *>(cell->clause);
         cell = cell->next;
     }
     if (cell->clause && cell->clause->kind == CL_PARSE) {
@@ -146,16 +146,19 @@ inline const rx_clause_cell *begin_routine(const rx_label &label) {
     const rx_opening &opening = label.opening;
     if (!opening.behind) [[unlikely]]
         find_opening(label);
-    rx_clause_count++;
+    uint64_t clauses = 1;
     if (opening.procedure) {
-        if (!rx_procedure_again(*static_cast<const rx_names_clause *>(opening.procedure->clause)))
-            return opening.procedure;
-        rx_clause_count++;
+        if (!rx_procedure_again(*opening.procedure)) {
+            rx_clause_count++;
+            return label.cell->next;
+        }
+        clauses++;
     }
     if (opening.arguments) {
         rx_take_each(*opening.arguments);
-        rx_clause_count++;
+        clauses++;
     }
+    rx_clause_count += clauses;
     return opening.behind;
 }
 

@@ -13,7 +13,7 @@ void rx_case_clause(const rx_names_clause &clause);
 void rx_drop_clause(const rx_names_clause &clause);
 void rx_procedure(const rx_names_clause &clause);
 
-/// PROCEDURE of a routine for which a level is kept; false: nothing has happened. Raises nothing.
+/// The first PROCEDURE of a routine, for which a level is kept; false: nothing has happened. Raises nothing.
 bool rx_procedure_again(const rx_names_clause &clause);
 void rx_numeric_instruction(const rx_numeric_clause &clause);
 rx_flow rx_if_traced(const rx_if_clause &clause); ///< the walk has one of its own while nobody traces

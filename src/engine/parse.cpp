@@ -451,12 +451,13 @@ namespace {
 
 void rx_take_each(const rx_parse_clause &clause) {
     const rx_template &made = *clause.made;
-    if (clause.upper || made.each_count > rx_routine.value.arg_count) return take_with_care(clause, 0);
+    if (made.each_count > rx_routine.value.arg_count) return take_with_care(clause, 0);
     for (uint32_t i = 0; i < made.each_count; i++) {
         rx_meaning meaning = rx_scope.value.row[made.each[i]->place];
         rx_var &var = *meaning.var();
         const rx_value &text = rx_routine.value.args[i].text;
-        if (!meaning.met() || var.pins || text.storage != RX_INLINE || var.value.storage != RX_INLINE)
+        bool folds = clause.upper && !text.carries_number();
+        if (!meaning.met() || var.pins || text.storage != RX_INLINE || var.value.storage != RX_INLINE || folds)
             return take_with_care(clause, i);
         // The whole value, with the number that it carries.
         var.value.copy_words(text);

@@ -167,7 +167,7 @@ namespace {
 } // namespace
 
 bool rx_procedure_again(const rx_names_clause &clause) {
-    if (rx_routine->procedure || !clause.level_number || !rx_push_level_again(clause.level_number)) return false;
+    if (!rx_push_level_again(clause.level_number)) return false;
     rx_routine->procedure = true;
     return true;
 }
@@ -175,7 +175,8 @@ bool rx_procedure_again(const rx_names_clause &clause) {
 [[gnu::noinline]] void rx_procedure(const rx_names_clause &clause) {
     rx_shown shown = rx_show_clause(&clause);
     if (shown.skip || rx_routine->call_depth <= 1) return;
-    if (!rx_procedure_again(clause)) make_level(clause, !rx_routine->procedure);
+    bool first = !rx_routine->procedure;
+    if (!first || !rx_procedure_again(clause)) make_level(clause, first);
 }
 
 void rx_numeric_instruction(const rx_numeric_clause &clause) {

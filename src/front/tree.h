@@ -291,7 +291,7 @@ struct rx_trace_clause : rx_clause {
 /// How a routine begins, as far as a call runs it ahead of the walk; found out when it is called first.
 struct rx_opening {
     const rx_clause_cell *behind = nullptr;     ///< where the walk begins; null: not found out yet
-    const rx_clause_cell *procedure = nullptr;  ///< a PROCEDURE right behind the label
+    const rx_names_clause *procedure = nullptr; ///< a PROCEDURE right behind the label
     const rx_parse_clause *arguments = nullptr; ///< the PARSE ARG that comes next, when rx_takes_each says so
 };
 

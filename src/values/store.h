@@ -115,7 +115,8 @@ void rx_pop_level();
 /// 1.
 void rx_keep_level(uint32_t procedure);
 /// Pushes the level that the clause of that number made in the scope in force before, when it was kept: its names mean
-/// what they meant then, exposed ones included, and all that aren't exposed are unset. False: there is none.
+/// what they meant then, exposed ones included, and all that aren't exposed are unset. False: there is none, as for 0,
+/// the number of a clause that hasn't made any.
 bool rx_push_level_again(uint32_t procedure);
 /// To be called when a run has ended inside another one, whose scope is in force again: names may have got places
 /// meanwhile.
