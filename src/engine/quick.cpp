@@ -158,7 +158,8 @@ template <rx_operator_id id, operand_kind left, operand_kind right> rx_plain com
         rx_plain x = rx_plain_of(a), y = rx_plain_of(b);
         return rx_both_whole(x, y) ? truth(holds<id>(x.real, y.real)) : compute<id>(x, y);
     }
-    if (right == on_whole && a.carries_number()) return truth(holds<id>(a.carried.number, b.real));
+    if (a.carries_number() && static_cast<uint32_t>(rx_head_of(b)) == rx_whole_head)
+        return truth(holds<id>(a.carried.number, b.real));
     return compare_values(op);
 }
 

@@ -172,18 +172,16 @@ inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool 
     if (!tail || tail->is_none()) return nullptr;
     stem = rx_scope->row[symbol.stem_place].elements()->stem;
     rx_var *var = nullptr;
-    if (tail->is_number()) {
-        int64_t index = rx_plain_index(*tail);
-        if (index < 0) return nullptr;
+    int64_t index = tail->is_number() ? rx_plain_index(*tail) : rx_plain_index(tail->text());
+    if (index >= 0) {
         if (static_cast<uint64_t>(index) < stem->elements.count) var = stem->elements.at(static_cast<uint64_t>(index));
         if (!var || !var->order) {
             known = !stem->sparse;
             return nullptr;
         }
     } else {
-        std::string_view text = tail->text();
-        if (rx_plain_index(text) >= 0) return nullptr;
-        var = stem->find(text, rx_lookup_hash(text));
+        if (tail->is_number()) return nullptr;
+        var = stem->find(tail->text(), rx_lookup_hash(tail->text()));
         if (!var) return nullptr;
     }
     known = var->state != RX_EXPOSED;
