@@ -120,6 +120,8 @@ private:
     }
 };
 
+/// Looks at the clauses behind a label for the first time. What a source that is loaded later adds to the end of the
+/// chain runs in the walk.
 [[gnu::noinline]] void find_opening(const rx_label &label) {
     rx_opening &opening = label.opening;
     const rx_clause_cell *cell = label.cell->next;

@@ -176,8 +176,8 @@ inline bool may_step(const rx_swift_rounds &rounds, double current, double next)
            (rounds.up ? next <= rounds.bound : next >= rounds.bound);
 }
 
-/// How many of such rounds, the present one first, come before the last one, and leave the tail within a segment. The
-/// bound is not behind the present value.
+/// Of rounds whose tail is the loop's variable: how many, the present one first, come before the last one and leave the
+/// tail within a segment. The bound is not behind the present value.
 inline int64_t rounds_in_segment(const rx_swift_rounds &rounds, int64_t index, int64_t step, unsigned segment) {
     auto first = static_cast<int64_t>(rx_elements::first_of(segment));
     auto size = static_cast<int64_t>(rx_elements::size_of(segment));
@@ -189,8 +189,8 @@ inline int64_t rounds_in_segment(const rx_swift_rounds &rounds, int64_t index, i
     return std::min(static_cast<int64_t>(before_last), left / std::abs(step) + 1);
 }
 
-/// Such rounds where the target is an element of a stem whose tail is the loop's variable, `a.i = 0`: as far as the
-/// element is there or can be entered at its place.
+/// Rounds that assign a number to the element of a stem whose tail is the loop's variable, `a.i = 0`: run here as far as
+/// the element is there or can be entered at its place, but for the last one.
 [[gnu::noinline]] void fill_swiftly(const rx_assign_clause &clause, rx_swift_rounds &rounds) {
     const rx_symbol &target = *clause.target->symbol;
     const rx_meaning *row = rx_scope.value.row;
