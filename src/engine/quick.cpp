@@ -37,6 +37,12 @@ rx_plain refused() {
     return load_value(rx_var_peek(symbol));
 }
 
+/// A compound that isn't an element found by its number.
+[[gnu::noinline]] rx_plain load_compound(const rx_symbol &symbol) {
+    const rx_value *value = symbol.tail_count == 2 ? rx_var_peek_pair(symbol) : nullptr;
+    return value && value->is_number() ? rx_plain_of(*value) : load_symbol(symbol);
+}
+
 template <operand_kind kind> [[gnu::always_inline]] inline rx_plain load(const rx_operand &operand) {
     if constexpr (kind == on_whole) return {static_cast<const rx_value *>(operand.ready)->real, rx_whole_head};
     if constexpr (kind == on_constant) return rx_plain_of(*static_cast<const rx_value *>(operand.ready));
@@ -45,7 +51,7 @@ template <operand_kind kind> [[gnu::always_inline]] inline rx_plain load(const r
         const rx_var *element = rx_var_element(symbol);
         if (element && element->value.is_number()) [[likely]]
             return rx_plain_of(element->value);
-        return load_symbol(symbol);
+        return load_compound(symbol);
     }
     if constexpr (kind == on_argument) {
         const rx_value *value = rx_quick_argument(*static_cast<const rx_op *>(operand.ready));

@@ -105,7 +105,7 @@ namespace {
 
 /// Levels that are kept, all together, and those of one level. A deep recursion keeps its deepest levels.
 constinit unsigned all_kept = 0;
-constexpr unsigned most_kept = 256, most_kept_here = 8;
+constexpr unsigned most_kept = 4096, most_kept_here = 8;
 /// A level that has made more entries, or has taken more memory for them, isn't kept.
 constexpr size_t most_entries_kept = 256;
 constexpr size_t most_blocks_kept = 3;
@@ -321,6 +321,14 @@ rx_stem &rx_level::enter_stem(std::string_view name, uint64_t hash) {
     return *stem;
 }
 
+namespace {
+constinit uint64_t last_stem_id = 0;
+} // namespace
+
+rx_stem::rx_stem() : id(++last_stem_id) {
+    elements.stem = this;
+}
+
 rx_var *rx_stem::find(uint32_t index) const {
     if (index < elements.count) {
         if (rx_var *var = elements.at(index); var->order) return var;
@@ -413,6 +421,7 @@ void rx_stem::forget_all() {
         give_back_segment(elements.at(first), count * sizeof(rx_var));
         elements.start[rx_elements::segment_of(first)] = 0;
     });
+    id = ++last_stem_id;
     elements.count = 0;
     elements.limit = 0;
     in_elements = 0;

@@ -71,6 +71,7 @@ private:
 /// through `elements` when it lies in the dense range, any other through `tails`.
 struct rx_stem {
     std::string_view name;
+    uint64_t id; ///< no other stem's, and a new one when the entries have been forgotten
     rx_level *level;
     rx_var *key = nullptr;
     rx_elements elements;
@@ -79,7 +80,7 @@ struct rx_stem {
     rx_pointer_table<rx_var> tails;
     rx_arena arena{256}; ///< the entries in `tails` and their names
 
-    rx_stem() { elements.stem = this; }
+    rx_stem();
     rx_stem(const rx_stem &) = delete;
     rx_stem &operator=(const rx_stem &) = delete;
     ~rx_stem() { forget_all(); }

@@ -5,6 +5,7 @@
 #include "platform/strings.h"
 #include "values/level.h"
 #include "values/numbers.h"
+#include "values/pairs.h"
 
 #include <algorithm>
 #include <cstring>
@@ -163,11 +164,30 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
     tails.hash = rx_lookup_hash(tails.text);
 }
 
-/// The entry that a compound's only tail leads to, when the tail is a variable and the names are known, and the stem
-/// that it is in; it is not exposed. Null: it has to be looked for. With `known` null says that there is no entry.
+/// find_by_tail for two tails.
+inline rx_var *find_by_pair(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
+    rx_meaning meaning = rx_scope.value.row[symbol.stem_place];
+    rx_pair pair;
+    if (symbol.tail_count != 2 || !meaning.met() || !rx_pair_of(symbol, pair)) return nullptr;
+    stem = meaning.elements()->stem;
+    return rx_find_pair(*stem, pair, known);
+}
+
+/// Notes for find_by_pair what the tails of a symbol led to in a stem; null: the stem has no such entry.
+void note_pair(const rx_symbol &symbol, const rx_stem &stem, const rx_var *var) {
+    rx_pair pair;
+    if (symbol.tail_count == 2 && rx_pair_of(symbol, pair)) rx_note_pair(stem, pair, var);
+}
+
+/// The entry that the tail or both tails of a compound lead to, when the names are known, and the stem that it is in; it
+/// is not exposed. Null: it has to be looked for. With `known` null says that there is no entry.
 inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
     known = false;
-    if (symbol.tail_count != 1) return nullptr;
+    if (symbol.tail_count != 1) {
+        rx_var *var = find_by_pair(symbol, stem, known);
+        if (var) known = var->state != RX_EXPOSED;
+        return known ? var : nullptr;
+    }
     const rx_value *tail = rx_var_index(symbol);
     if (!tail || tail->is_none()) return nullptr;
     stem = rx_scope->row[symbol.stem_place].elements()->stem;
@@ -202,7 +222,10 @@ rx_var *find_compound(const rx_symbol &symbol, const resolved_tails &tails, rx_s
     stem = owner_stem(symbol, level);
     while (stem) {
         rx_var *var = find_tail(*stem, tails);
-        if (!var || var->state != RX_EXPOSED) return var;
+        if (!var || var->state != RX_EXPOSED) {
+            note_pair(symbol, *stem, var);
+            return var;
+        }
         level = rx_owner_of(*var);
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
     }
@@ -285,7 +308,11 @@ rx_var &simple_entry(rx_level *level, std::string_view name, uint64_t hash) {
     resolve_tails(symbol, tails);
     for (;;) {
         rx_var *var = find_tail(*stem, tails);
-        if (!var) return enter_tail(*stem, tails);
+        if (!var) {
+            var = &enter_tail(*stem, tails);
+            note_pair(symbol, *stem, var);
+            return *var;
+        }
         if (var->state != RX_EXPOSED) return entered_again(*stem, *var);
         level = rx_owner_of(*var);
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
@@ -358,6 +385,7 @@ const rx_value *rx_find_elements(const rx_symbol &symbol) {
 }
 
 rx_var *rx_find_element(const rx_symbol &symbol) {
+    if (symbol.tail_count != 1) return nullptr;
     const rx_meaning *row = rx_scope->row;
     if (row[symbol.index_place].met() && row[symbol.stem_place].met()) return nullptr;
     return rx_find_elements(symbol) ? rx_var_element(symbol) : nullptr;
@@ -398,6 +426,13 @@ const rx_value *rx_var_peek(const rx_symbol &symbol) {
     const rx_var *var = find_by_tail(symbol, stem, known);
     if (!known) return peek_compound(symbol);
     return var && var->state == RX_SET ? &var->value : default_of(stem);
+}
+
+const rx_value *rx_var_peek_pair(const rx_symbol &symbol) {
+    const rx_stem *stem;
+    bool known;
+    const rx_var *var = find_by_pair(symbol, stem, known);
+    return var && var->state == RX_SET ? &var->value : nullptr;
 }
 
 rx_var *rx_var_find(const rx_symbol &symbol) {

@@ -137,6 +137,9 @@ const rx_value &rx_var_get(const rx_symbol &symbol, rx_value &scratch, rx_read h
 /// The value of a simple symbol or compound that is set and can be had without side effects, else null. Never raises.
 const rx_value *rx_var_peek(const rx_symbol &symbol);
 
+/// The value of a compound with two tails that was found before and is still set; null says nothing.
+const rx_value *rx_var_peek_pair(const rx_symbol &symbol);
+
 /// The value of a simple symbol that was found before and is still set; null says nothing. Symbols that reach the
 /// process environment are never found this way.
 inline const rx_value *rx_var_cached(const rx_symbol &symbol) {

@@ -76,6 +76,8 @@ rx_symbol *rx_parse_tails(rx_arena &arena, std::string_view name) {
         tail.text = name.substr(dot + 1, end - dot - 1);
         tail.hash = rx_lookup_hash(tail.text);
         tail.index = rx_plain_index(tail.text);
+        if (tail.text.size() < 8)
+            tail.word = rx_short_tail_word(rx_load_short(tail.text.data(), tail.text.size()).first, tail.text.size());
         tail.constant = tail.text.empty() || rx_is_digit(tail.text[0]);
         dot = end;
     }

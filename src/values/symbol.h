@@ -35,6 +35,7 @@ struct rx_var;
 struct rx_tail {
     std::string_view text;
     uint64_t hash = 0;
+    uint64_t word = 0;     ///< of the text, see rx_short_tail_word
     bool constant = false; ///< empty or beginning with a digit: always stands for itself
     int32_t index = -1;    ///< of the text, see rx_plain_index
     mutable uint32_t place = RX_NEW_NAME;
@@ -62,6 +63,12 @@ struct rx_symbol {
 /// same hash only when they are the same.
 uint64_t rx_lookup_hash(std::string_view name);
 constexpr size_t rx_exact_hash_length = 8;
+
+/// A text of one to seven bytes, which a word begins with, as a word that no other text has, its highest byte from 1 to
+/// 7; 0 for other lengths.
+inline uint64_t rx_short_tail_word(uint64_t bytes, size_t length) {
+    return length - 1 < 7 ? (bytes & ~uint64_t{0} >> (64 - 8 * length)) | uint64_t{length} << 56 : 0;
+}
 
 /// What rx_plain_index says of a tail that begins with a digit.
 int32_t rx_plain_digits(std::string_view tail);
