@@ -16,7 +16,7 @@ struct rx_pair {
 };
 
 /// The word of a tail that has a value; 0: it is too long, or isn't spelled by its digits.
-inline uint64_t rx_pair_word(const rx_value &value) {
+[[gnu::always_inline]] inline uint64_t rx_pair_word(const rx_value &value) {
     if (rx_head_of(value) == rx_whole_head) [[likely]]
         return rx_is_natural_to(value.real, 999999999) ? std::bit_cast<uint64_t>(value.real) | uint64_t{1} << 63 : 0;
     if (value.kind != RX_STRING || value.storage != RX_INLINE) return 0;
@@ -26,7 +26,7 @@ inline uint64_t rx_pair_word(const rx_value &value) {
 }
 
 /// The words of both tails of a symbol; false when one of them has none, or isn't known without a search.
-inline bool rx_pair_of(const rx_symbol &symbol, rx_pair &pair) {
+[[gnu::always_inline]] inline bool rx_pair_of(const rx_symbol &symbol, rx_pair &pair) {
     auto word_of = [](const rx_tail &tail) __attribute__((always_inline)) {
         rx_meaning meaning = rx_scope.value.row[tail.place];
         const rx_value &value = meaning.var()->value;

@@ -165,7 +165,7 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 }
 
 /// find_by_tail for two tails.
-inline rx_var *find_by_pair(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
+[[gnu::always_inline]] inline rx_var *find_by_pair(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
     rx_meaning meaning = rx_scope.value.row[symbol.stem_place];
     rx_pair pair;
     if (symbol.tail_count != 2 || !meaning.met() || !rx_pair_of(symbol, pair)) return nullptr;
@@ -174,7 +174,7 @@ inline rx_var *find_by_pair(const rx_symbol &symbol, const rx_stem *&stem, bool 
 }
 
 /// Notes for find_by_pair what the tails of a symbol led to in a stem; null: the stem has no such entry.
-void note_pair(const rx_symbol &symbol, const rx_stem &stem, const rx_var *var) {
+[[gnu::noinline]] void note_pair(const rx_symbol &symbol, const rx_stem &stem, const rx_var *var) {
     rx_pair pair;
     if (symbol.tail_count == 2 && rx_pair_of(symbol, pair)) rx_note_pair(stem, pair, var);
 }
