@@ -4,6 +4,7 @@
 #include "values/store.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -22,11 +23,13 @@ template <class T> struct rx_pointer_table {
     };
     std::vector<slot> slots;
     size_t used = 0;
+    unsigned shift =
+        0; ///< leaves of a hash its highest bits, which all of a name has a say in, as the first slot to try
 
     template <class Same> T *find(uint64_t hash, Same same) const {
         if (used == 0) return nullptr;
         size_t mask = slots.size() - 1;
-        for (size_t at = hash & mask; slots[at].item; at = (at + 1) & mask) {
+        for (size_t at = hash >> shift; slots[at].item; at = (at + 1) & mask) {
             if (slots[at].hash == hash && same(*slots[at].item)) return slots[at].item;
         }
         return nullptr;
@@ -54,13 +57,14 @@ template <class T> struct rx_pointer_table {
 
 private:
     void place(uint64_t hash, T *item) {
-        size_t mask = slots.size() - 1, at = hash & mask;
+        size_t mask = slots.size() - 1, at = hash >> shift;
         while (slots[at].item) at = (at + 1) & mask;
         slots[at] = {hash, item};
     }
     void grow() {
         std::vector<slot> old = std::move(slots);
         slots.assign(old.empty() ? 8 : old.size() * 2, slot{});
+        shift = static_cast<unsigned>(std::countl_zero(slots.size())) + 1;
         for (const slot &each : old) {
             if (each.item) place(each.hash, each.item);
         }
@@ -189,6 +193,13 @@ struct rx_level {
     rx_var &enter(std::string_view name, uint64_t hash);
     rx_stem &enter_stem(std::string_view name, uint64_t hash);
 };
+
+/// True when a tail is known to have no entry as a variable in the level in force.
+inline bool rx_lacks(const rx_tail &tail) {
+    const rx_level &level = *rx_scope.value.level;
+    return tail.lacking_serial == rx_scope.value.serial && tail.lacking_among == level.names.used &&
+           !(level.promised && level.promised->hash == tail.hash);
+}
 
 /// The level that an exposed entry leads to. An exposed entry has no value, so its record holds the pointer.
 inline rx_level *rx_owner_of(const rx_var &var) {

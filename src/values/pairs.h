@@ -32,7 +32,7 @@ struct rx_pair {
         const rx_value &value = meaning.var()->value;
         if (!value.is_none()) [[likely]]
             return rx_pair_word(value);
-        return meaning.met() || tail.constant ? tail.word : 0;
+        return tail.constant || meaning.met() || rx_lacks(tail) ? tail.word : 0;
     };
     pair.first = word_of(symbol.tails[0]);
     pair.second = word_of(symbol.tails[1]);

@@ -58,13 +58,17 @@ inline rx_var *find_simple(const rx_symbol &symbol) {
 
 /// The value of a tail that the row doesn't know.
 [[gnu::noinline]] const rx_value *search_tail(const rx_tail &tail) {
-    if (tail.constant) return nullptr;
+    if (tail.constant || rx_lacks(tail)) return nullptr;
     if (tail.lent) return &tail.lent->value;
     if (tail.text.size() >= 2 && tail.text[0] == '$') {
         tail.place = RX_PLACELESS;
         if (rx_modes->env_mode == RX_SETENV) refresh_from_environment(tail.text);
     }
     const rx_var *var = search_simple(tail.text, tail.hash, tail.place);
+    if (rx_level &level = *rx_scope->level; !var && tail.place != RX_PLACELESS && !level.find(tail.text, tail.hash)) {
+        tail.lacking_serial = rx_scope->serial;
+        tail.lacking_among = level.names.used;
+    }
     return var && var->state == RX_SET ? &var->value : nullptr;
 }
 
@@ -73,6 +77,12 @@ inline const rx_value *tail_value(const rx_tail &tail) {
     rx_meaning meaning = rx_scope->row[tail.place];
     if (!meaning.met()) return search_tail(tail);
     return meaning.var()->state == RX_SET ? &meaning.var()->value : nullptr;
+}
+
+/// True when a tail is known to have no value as a variable, or to be none.
+inline bool stands_for_itself(const rx_tail &tail) {
+    rx_meaning meaning = rx_scope->row[tail.place];
+    return tail.constant || (meaning.met() ? meaning.var()->value.is_none() : rx_lacks(tail));
 }
 
 /// The stem that owns the compounds of a name, followed through exposed keys, searched from a level. Null when the
@@ -188,11 +198,21 @@ inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool 
         if (var) known = var->state != RX_EXPOSED;
         return known ? var : nullptr;
     }
-    const rx_value *tail = rx_var_index(symbol);
-    if (!tail || tail->is_none()) return nullptr;
-    stem = rx_scope->row[symbol.stem_place].elements()->stem;
+    const rx_tail &tail = symbol.tails[0];
+    const rx_value *value = tail.constant ? nullptr : rx_var_index(symbol);
+    std::string_view text = tail.text;
+    int64_t index = tail.index;
+    if (value && !value->is_none()) {
+        index = value->is_number() ? rx_plain_index(*value) : rx_plain_index(value->text());
+        if (index < 0 && value->is_number()) return nullptr;
+        if (index < 0) text = value->text();
+    } else if (symbol.whole_stem || symbol.environment || !stands_for_itself(tail)) {
+        return nullptr;
+    }
+    rx_meaning meaning = rx_scope->row[symbol.stem_place];
+    if (!meaning.met()) return nullptr;
+    stem = meaning.elements()->stem;
     rx_var *var = nullptr;
-    int64_t index = tail->is_number() ? rx_plain_index(*tail) : rx_plain_index(tail->text());
     if (index >= 0) {
         if (static_cast<uint64_t>(index) < stem->elements.count) var = stem->elements.at(static_cast<uint64_t>(index));
         if (!var || !var->order) {
@@ -200,9 +220,11 @@ inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool 
             return nullptr;
         }
     } else {
-        if (tail->is_number()) return nullptr;
-        var = stem->find(tail->text(), rx_lookup_hash(tail->text()));
-        if (!var) return nullptr;
+        var = stem->find(text, text.data() == tail.text.data() ? tail.hash : rx_lookup_hash(text));
+        if (!var) {
+            known = true;
+            return nullptr;
+        }
     }
     known = var->state != RX_EXPOSED;
     return known ? var : nullptr;
@@ -387,6 +409,12 @@ const rx_value *rx_find_elements(const rx_symbol &symbol) {
 rx_var *rx_find_element(const rx_symbol &symbol) {
     if (symbol.tail_count != 1) return nullptr;
     const rx_meaning *row = rx_scope->row;
+    if (const rx_tail &tail = symbol.tails[0]; tail.constant) {
+        // `a.1` needs no look at a variable.
+        const rx_elements &elements = *row[symbol.stem_place].elements();
+        auto index = static_cast<uint64_t>(int64_t{tail.index});
+        return index < elements.count && !symbol.environment ? elements.at(index) : nullptr;
+    }
     if (row[symbol.index_place].met() && row[symbol.stem_place].met()) return nullptr;
     return rx_find_elements(symbol) ? rx_var_element(symbol) : nullptr;
 }

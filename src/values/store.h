@@ -171,8 +171,8 @@ inline const rx_value *rx_var_index(const rx_symbol &symbol) {
 /// What rx_var_element says where the row doesn't tell yet what the names mean.
 rx_var *rx_find_element(const rx_symbol &symbol);
 
-/// The entry of a compound whose only tail is a variable with a plain whole number, found without spelling it; null
-/// says nothing. The entry may be unset, exposed or not entered yet: its value is of kind none then.
+/// The entry of a compound whose only tail is a plain whole number, or a variable with one, found without spelling it;
+/// null says nothing. The entry may be unset, exposed or not entered yet: its value is of kind none then.
 inline rx_var *rx_var_element(const rx_symbol &symbol) {
     const rx_meaning *row = rx_scope.value.row;
     const rx_value &tail = row[symbol.index_place].var()->value;

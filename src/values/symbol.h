@@ -39,7 +39,9 @@ struct rx_tail {
     bool constant = false; ///< empty or beginning with a digit: always stands for itself
     int32_t index = -1;    ///< of the text, see rx_plain_index
     mutable uint32_t place = RX_NEW_NAME;
-    const rx_var *lent = nullptr; ///< stands for the tail instead of a variable of that name
+    mutable uint64_t lacking_serial = 0; ///< of a level that had no entry for the name, see rx_lacks
+    mutable size_t lacking_among = 0;    ///< the entries for simple names that it had
+    const rx_var *lent = nullptr;        ///< stands for the tail instead of a variable of that name
 };
 
 struct rx_symbol {
