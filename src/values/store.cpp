@@ -178,7 +178,7 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 [[gnu::always_inline]] inline rx_var *find_by_pair(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
     rx_meaning meaning = rx_scope.value.row[symbol.stem_place];
     rx_pair pair;
-    if (symbol.tail_count != 2 || !meaning.met() || !rx_pair_of(symbol, pair)) return nullptr;
+    if (symbol.tail_count != 2 || symbol.environment || !meaning.met() || !rx_pair_of(symbol, pair)) return nullptr;
     stem = meaning.elements()->stem;
     return rx_find_pair(*stem, pair, known);
 }
@@ -201,11 +201,15 @@ inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool 
     const rx_tail &tail = symbol.tails[0];
     const rx_value *value = tail.constant ? nullptr : rx_var_index(symbol);
     std::string_view text = tail.text;
+    uint64_t hash = tail.hash;
     int64_t index = tail.index;
     if (value && !value->is_none()) {
         index = value->is_number() ? rx_plain_index(*value) : rx_plain_index(value->text());
         if (index < 0 && value->is_number()) return nullptr;
-        if (index < 0) text = value->text();
+        if (index < 0) {
+            text = value->text();
+            hash = rx_lookup_hash(text);
+        }
     } else if (symbol.whole_stem || symbol.environment || !stands_for_itself(tail)) {
         return nullptr;
     }
@@ -220,7 +224,7 @@ inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool 
             return nullptr;
         }
     } else {
-        var = stem->find(text, text.data() == tail.text.data() ? tail.hash : rx_lookup_hash(text));
+        var = stem->find(text, hash);
         if (!var) {
             known = true;
             return nullptr;
