@@ -24,6 +24,7 @@ train parse 30000
 train build 50000
 train queens 6
 train hanoi 12
+train fill 4
 train calls 20000
 train say 3000
 train mixed 5040
