@@ -177,18 +177,36 @@ bool rx_carried_number(const rx_value &value, double &number) {
 
 namespace {
 
-/// Makes the record, which owns no text, that of a whole number of at most seven characters, with the number beside it.
-void put_short_text(rx_value &record, int32_t number) {
-    rx_digits digits = rx_digits_of(static_cast<uint32_t>(std::abs(number)));
+/// The three words of the record of a short text that carries its number.
+struct text_words {
+    uint64_t head, text, number;
+};
+static_assert(sizeof(text_words) == sizeof(rx_value));
+
+/// Those of a whole number of at most seven characters.
+constexpr text_words words_of(int32_t number) {
+    rx_digits digits = rx_digits_of(static_cast<uint32_t>(number < 0 ? -number : number));
     uint64_t text = digits.bytes, length = digits.length;
     if (number < 0) {
         text = text << 8 | '-';
         length++;
     }
-    uint64_t head = length << 32 | 1u << 16 | RX_STRING;
-    std::memcpy(static_cast<void *>(&record), &head, sizeof head);
-    std::memcpy(record.carried.text, &text, sizeof text);
-    record.carried.number = number;
+    return {length << 32 | 1u << 16 | RX_STRING, text, std::bit_cast<uint64_t>(static_cast<double>(number))};
+}
+
+/// The numbers from 0 on whose texts stand ready, for they are what is made most often.
+constexpr int32_t ready_count = 1000;
+constexpr auto ready_texts = [] {
+    std::array<text_words, ready_count> texts{};
+    for (int32_t i = 0; i < ready_count; i++) texts[static_cast<size_t>(i)] = words_of(i);
+    return texts;
+}();
+
+/// Makes the record, which owns no text, that of the words.
+inline void put_words(rx_value &record, const text_words &words) {
+    std::memcpy(static_cast<void *>(&record), &words.head, 8);
+    std::memcpy(record.carried.text, &words.text, 8);
+    std::memcpy(&record.carried.number, &words.number, 8);
 }
 
 /// True when the number's text is its integer part's, at most seven characters.
@@ -206,27 +224,13 @@ namespace {
 }
 } // namespace
 
-namespace {
-
-/// The texts of the numbers from 0 to 99, which are what is made most often.
-struct small_texts {
-    rx_value texts[100];
-
-    small_texts() {
-        for (int32_t i = 0; i < 100; i++) put_short_text(texts[i], i);
-    }
-};
-const small_texts all_small_texts;
-
-} // namespace
-
 void rx_put_number_text(rx_value &record, rx_plain plain) {
-    if (plain.head == rx_whole_head && rx_is_natural_to(plain.real, 99) && rx_numeric.value.digits >= 2 &&
+    if (plain.head == rx_whole_head && rx_is_natural_to(plain.real, ready_count - 1) && rx_numeric.value.digits >= 3 &&
         record.storage != RX_HEAP) [[likely]]
-        return record.copy_words(all_small_texts.texts[static_cast<int32_t>(plain.real)]);
+        return put_words(record, ready_texts[static_cast<size_t>(static_cast<int32_t>(plain.real))]);
     int32_t whole;
     if (record.storage != RX_HEAP && is_short(plain.real, plain.decimals(), whole)) [[likely]]
-        put_short_text(record, whole);
+        put_words(record, words_of(whole));
     else
         put_long_text(record, plain);
 }
@@ -234,7 +238,7 @@ void rx_put_number_text(rx_value &record, rx_plain plain) {
 rx_value rx_to_string(rx_value value) {
     if (value.is_string() && value.storage != RX_BORROWED) return value;
     if (int32_t whole; value.is_number() && is_short(value.real, value.decimals, whole)) {
-        put_short_text(value, whole);
+        put_words(value, words_of(whole));
         return value;
     }
     rx_number_buffer buffer;

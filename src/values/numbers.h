@@ -73,7 +73,7 @@ struct rx_digits {
 };
 
 /// The digits of a number below 10^7.
-inline rx_digits rx_digits_of(uint32_t number) {
+constexpr rx_digits rx_digits_of(uint32_t number) {
     static_assert(std::endian::native == std::endian::little);
     // They come from the last to the first, and each moves the others up by a byte.
     rx_digits digits;
