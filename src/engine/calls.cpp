@@ -53,13 +53,13 @@ void put_text_of(rx_value &text, const rx_value &value) {
         rx_put_copy(text, value);
 }
 
-/// Makes one argument of what most calls hand on: constants, variables, small sums and the caller's own arguments. False:
+/// Adds one argument of what most calls hand on: constants, variables, small sums and the caller's own arguments. False:
 /// it has to be evaluated.
-inline bool put_ready_argument(const rx_expr *node, rx_value &text) {
+inline bool add_ready_argument(argument_area &area, const rx_expr *node) {
     const rx_value *value;
     if (node->type == OP_NODE) {
         if (rx_plain plain; rx_try_quick(*node->op, plain)) {
-            rx_put_number_text(text, plain);
+            rx_put_number_text(area.add().text, plain);
             return true;
         }
         value = rx_quick_argument(*node->op);
@@ -68,7 +68,7 @@ inline bool put_ready_argument(const rx_expr *node, rx_value &text) {
     } else {
         value = node->type == STRING ? node->literal->text : nullptr;
     }
-    if (value) put_text_of(text, *value);
+    if (value) put_text_of(area.add().text, *value);
     return value;
 }
 
@@ -79,8 +79,7 @@ inline bool put_ready_argument(const rx_expr *node, rx_value &text) {
 
 inline void evaluate_arguments(const rx_op &call, argument_area &area, int level) {
     for (const rx_expr *node = call.args; area.count < call.argument_count; node = node->next) {
-        rx_arg &arg = area.add();
-        if (level || !put_ready_argument(node, arg.text)) evaluate_argument(node, arg, level);
+        if (level || !add_ready_argument(area, node)) evaluate_argument(node, area.add(), level);
     }
 }
 

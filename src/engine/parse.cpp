@@ -456,8 +456,8 @@ void rx_take_each(const rx_parse_clause &clause) {
         rx_meaning meaning = rx_scope.value.row[made.each[i]->place];
         rx_var &var = *meaning.var();
         const rx_value &text = rx_routine.value.args[i].text;
-        bool folds = clause.upper && !text.carries_number();
-        if (!meaning.met() || var.pins || text.storage != RX_INLINE || var.value.storage != RX_INLINE || folds)
+        if (!meaning.met() || var.pins || text.storage != RX_INLINE || var.value.storage != RX_INLINE ||
+            (clause.upper && !text.carries_number()))
             return take_with_care(clause, i);
         // The whole value, with the number that it carries.
         var.value.copy_words(text);
