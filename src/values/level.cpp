@@ -145,8 +145,6 @@ inline void unset_entries(rx_level &level) {
         unset_all(level);
 }
 
-void discard(rx_level *level);
-
 /// Takes a kept level out of the list that it is in.
 void take_out(rx_level &level) {
     rx_level &older = *level.older;
@@ -158,16 +156,8 @@ void take_out(rx_level &level) {
     level.is_kept = false;
 }
 
-void discard_kept(rx_level &level) {
-    while (rx_level *kept = level.kept) {
-        take_out(*kept);
-        discard(kept);
-    }
-}
-
-/// Empties a level; it becomes a spare one or is freed.
-void discard(rx_level *level) {
-    discard_kept(*level);
+/// Empties a level that keeps none; it becomes a spare one or is freed.
+void empty(rx_level *level) {
     for (rx_var *var : level->entries) free_value(*var);
     level->entries.clear();
     for (auto &stem : level->stems) {
@@ -189,6 +179,19 @@ void discard(rx_level *level) {
     level->older = spare_levels;
     spare_levels = level;
     spare_count++;
+}
+
+/// Empties a level and all that are kept for it, from the deepest up, for a recursion may have left thousands.
+void discard(rx_level *level) {
+    for (rx_level *last = level;;) {
+        while (last->kept) last = last->kept;
+        if (last == level) break;
+        rx_level *older = last->older;
+        take_out(*last);
+        empty(last);
+        last = older;
+    }
+    empty(level);
 }
 
 /// Puts a level that was left for the first time in the list of those kept; false when there is no room.

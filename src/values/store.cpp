@@ -334,12 +334,11 @@ rx_var &simple_entry(rx_level *level, std::string_view name, uint64_t hash) {
     resolve_tails(symbol, tails);
     for (;;) {
         rx_var *var = find_tail(*stem, tails);
-        if (!var) {
-            var = &enter_tail(*stem, tails);
+        if (!var || var->state != RX_EXPOSED) {
+            var = var ? &entered_again(*stem, *var) : &enter_tail(*stem, tails);
             note_pair(symbol, *stem, var);
             return *var;
         }
-        if (var->state != RX_EXPOSED) return entered_again(*stem, *var);
         level = rx_owner_of(*var);
         stem = find_stem(level, symbol.stem, symbol.stem_hash);
         if (!stem) stem = &level->enter_stem(symbol.stem, symbol.stem_hash);
