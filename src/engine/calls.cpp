@@ -69,7 +69,7 @@ inline bool add_ready_argument(argument_area &area, const rx_expr *node) {
         value = node->type == STRING ? node->literal->text : nullptr;
     }
     if (value) put_text_of(area.add().text, *value);
-    return value;
+    return value != nullptr;
 }
 
 [[gnu::noinline]] void evaluate_argument(const rx_expr *node, rx_arg &arg, int level) {

@@ -39,7 +39,7 @@ rx_plain refused() {
 
 /// A compound that isn't an element found by its number.
 [[gnu::noinline]] rx_plain load_compound(const rx_symbol &symbol) {
-    const rx_value *value = symbol.tail_count == 2 ? rx_var_peek_pair(symbol) : nullptr;
+    const rx_value *value = rx_var_peek_pair(symbol);
     return value && value->is_number() ? rx_plain_of(*value) : load_symbol(symbol);
 }
 

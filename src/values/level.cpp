@@ -96,6 +96,7 @@ void rx_push_level() {
     }
     level->older = rx_scope->level;
     level->older_serial = rx_scope->serial;
+    level->depth = level->older ? level->older->depth + 1 : 0;
     rx_scope->level = level;
     use_row(*level);
     rx_new_serial();
@@ -103,9 +104,10 @@ void rx_push_level() {
 
 namespace {
 
-/// Levels that are kept, all together, and those of one level. A deep recursion keeps its deepest levels.
+/// Levels that are kept, all together, and those of one level. When there is no room, a level goes with all that are
+/// kept for it, so a recursion keeps only what isn't too deep: it must not come to that.
 constinit unsigned all_kept = 0;
-constexpr unsigned most_kept = 4096, most_kept_here = 8;
+constexpr unsigned most_kept = 6144, deepest_kept = 4096, most_kept_here = 8;
 /// A level that has made more entries, or has taken more memory for them, isn't kept.
 constexpr size_t most_entries_kept = 256;
 constexpr size_t most_blocks_kept = 3;
@@ -196,7 +198,7 @@ void discard(rx_level *level) {
 
 /// Puts a level that was left for the first time in the list of those kept; false when there is no room.
 bool put_in(rx_level &level) {
-    if (level.procedure == 0 || all_kept == most_kept) return false;
+    if (level.procedure == 0 || level.depth > deepest_kept || all_kept == most_kept) return false;
     rx_level &older = *level.older;
     if (older.kept_count == most_kept_here) {
         // The one used longest ago goes. None is in force, for this level is the only one right above the older one.

@@ -23,8 +23,8 @@ template <class T> struct rx_pointer_table {
     };
     std::vector<slot> slots;
     size_t used = 0;
-    unsigned shift =
-        0; ///< leaves of a hash its highest bits, which all of a name has a say in, as the first slot to try
+    /// What is shifted off a hash to leave its highest bits, which all of a name has a say in, as the first slot to try.
+    unsigned shift = 0;
 
     template <class Same> T *find(uint64_t hash, Same same) const {
         if (used == 0) return nullptr;
@@ -134,6 +134,7 @@ private:
 struct rx_level {
     rx_level *older = nullptr;
     uint64_t older_serial = 0; ///< the serial number to go back to with the older level
+    uint32_t depth = 0;        ///< how many levels are below
     uint64_t serial = 0;       ///< of a kept level: its own
     uint32_t procedure = 0;    ///< the clause that may have it back; 0: none
     bool is_kept = false;      ///< it is in the list of the older level

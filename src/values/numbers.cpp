@@ -5,9 +5,11 @@
 #include "values/arithmetic.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -204,9 +206,9 @@ constexpr auto ready_texts = [] {
 
 /// Makes the record, which owns no text, that of the words.
 inline void put_words(rx_value &record, const text_words &words) {
-    std::memcpy(static_cast<void *>(&record), &words.head, 8);
-    std::memcpy(record.carried.text, &words.text, 8);
-    std::memcpy(&record.carried.number, &words.number, 8);
+    std::memcpy(static_cast<void *>(&record), &words.head, sizeof words.head);
+    std::memcpy(record.carried.text, &words.text, sizeof words.text);
+    std::memcpy(&record.carried.number, &words.number, sizeof words.number);
 }
 
 /// True when the number's text is its integer part's, at most seven characters.

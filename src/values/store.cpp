@@ -79,7 +79,7 @@ inline const rx_value *tail_value(const rx_tail &tail) {
     return meaning.var()->state == RX_SET ? &meaning.var()->value : nullptr;
 }
 
-/// True when a tail is known to have no value as a variable, or to be none.
+/// True for a tail that is a constant, or is known to have no value as a variable.
 inline bool stands_for_itself(const rx_tail &tail) {
     rx_meaning meaning = rx_scope->row[tail.place];
     return tail.constant || (meaning.met() ? meaning.var()->value.is_none() : rx_lacks(tail));
@@ -176,6 +176,7 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 
 /// find_by_tail for two tails.
 [[gnu::always_inline]] inline rx_var *find_by_pair(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
+    known = false;
     rx_meaning meaning = rx_scope.value.row[symbol.stem_place];
     rx_pair pair;
     if (symbol.tail_count != 2 || symbol.environment || !meaning.met() || !rx_pair_of(symbol, pair)) return nullptr;
@@ -192,24 +193,24 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 /// The entry that the tail or both tails of a compound lead to, when the names are known, and the stem that it is in; it
 /// is not exposed. Null: it has to be looked for. With `known` null says that there is no entry.
 inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool &known) {
-    known = false;
     if (symbol.tail_count != 1) {
         rx_var *var = find_by_pair(symbol, stem, known);
         if (var) known = var->state != RX_EXPOSED;
         return known ? var : nullptr;
     }
+    known = false;
     const rx_tail &tail = symbol.tails[0];
     const rx_value *value = tail.constant ? nullptr : rx_var_index(symbol);
     std::string_view text = tail.text;
     uint64_t hash = tail.hash;
     int64_t index = tail.index;
-    if (value && !value->is_none()) {
-        index = value->is_number() ? rx_plain_index(*value) : rx_plain_index(value->text());
-        if (index < 0 && value->is_number()) return nullptr;
-        if (index < 0) {
-            text = value->text();
-            hash = rx_lookup_hash(text);
-        }
+    if (value && value->is_number()) {
+        index = rx_plain_index(*value);
+        if (index < 0) return nullptr;
+    } else if (value && value->is_string()) {
+        text = value->text();
+        index = rx_plain_index(text);
+        if (index < 0) hash = rx_lookup_hash(text);
     } else if (symbol.whole_stem || symbol.environment || !stands_for_itself(tail)) {
         return nullptr;
     }

@@ -168,7 +168,7 @@ inline const rx_value *rx_var_index(const rx_symbol &symbol) {
     return index.met() && row[symbol.stem_place].met() ? &index.var()->value : rx_find_elements(symbol);
 }
 
-/// What rx_var_element says where the row doesn't tell yet what the names mean.
+/// What rx_var_element says for a tail that is a constant, or where the row doesn't tell yet what the names mean.
 rx_var *rx_find_element(const rx_symbol &symbol);
 
 /// The entry of a compound whose only tail is a plain whole number, or a variable with one, found without spelling it;
