@@ -32,7 +32,7 @@ PROGRAMS = [
     Program("build", "1,000,000 appends by ||", 0.05, 0.5, "20000"),
     Program("queens", "eight queens", 2.5, 0.8, "4"),
     Program("hanoi", "tower of Hanoi on stems", 2.5, 0.8, "12"),
-    Program("fill", "flood fill on a stem", 4, 0.8, "2"),
+    Program("fill", "flood fill on a stem", 4, 0.8, "20"),
     Program("lines", "LINES and LINEIN, a million lines", 1.5, 1.0, "20000"),
     Program("say", "SAY of short lines to a file", None, 0.6, "5000", unbuffered=True),
     Program("calls", "nested calls with arguments", 4, None, "20000"),
