@@ -104,8 +104,8 @@ void rx_push_level() {
 
 namespace {
 
-/// Levels that are kept, all together, and those of one level. When there is no room, a level goes with all that are
-/// kept for it, so a recursion keeps only what isn't too deep: it must not come to that.
+/// Levels that are kept, all together, and those of one level. A level that finds no room takes all that are kept for
+/// it with it. So that one recursion doesn't fill the room alone, it keeps only its outermost levels.
 constinit unsigned all_kept = 0;
 constexpr unsigned most_kept = 6144, deepest_kept = 4096, most_kept_here = 8;
 /// A level that has made more entries, or has taken more memory for them, isn't kept.

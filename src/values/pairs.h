@@ -15,8 +15,8 @@ struct rx_pair {
     uint64_t first = 0, second = 0; ///< words of the tails, see rx_short_tail_word and rx_pair_of
 };
 
-/// The word of a tail that has a value; 0: it is too long, or isn't spelled by its digits. That of a number has the
-/// highest bit, which that of a text never has.
+/// The word of a tail that has a value; 0: it is no text of one to seven bytes in the record, or no number that is
+/// spelled by its digits. That of a number has the highest bit, which that of a text never has.
 [[gnu::always_inline]] inline uint64_t rx_pair_word(const rx_value &value) {
     if (rx_head_of(value) == rx_whole_head) [[likely]]
         return rx_is_natural_to(value.real, 999999999) ? std::bit_cast<uint64_t>(value.real) | uint64_t{1} << 63 : 0;
@@ -45,8 +45,8 @@ struct rx_pair {
 struct rx_pair_note {
     uint64_t stem; ///< its id
     rx_pair pair;
-    /// The address of the entry; or 2n + 1: there was none while the stem had n entries with names, as all have whose
-    /// name has a dot.
+    /// The address of the entry; or 2n + 1: there was none while the stem had n entries with names. Every joined name
+    /// is among those, for it has a dot.
     uintptr_t found;
 };
 static_assert(sizeof(rx_pair_note) == 32);

@@ -414,7 +414,7 @@ rx_var *rx_find_element(const rx_symbol &symbol) {
     if (symbol.tail_count != 1) return nullptr;
     const rx_meaning *row = rx_scope->row;
     if (const rx_tail &tail = symbol.tails[0]; tail.constant) {
-        // `a.1` needs no look at a variable.
+        // `a.1` needs no look at a variable. An index of -1 turns into one that is larger than any count.
         const rx_elements &elements = *row[symbol.stem_place].elements();
         auto index = static_cast<uint64_t>(int64_t{tail.index});
         return index < elements.count && !symbol.environment ? elements.at(index) : nullptr;

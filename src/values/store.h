@@ -35,7 +35,7 @@ enum rx_var_state : uint8_t { RX_DROPPED = 0, RX_SET = 1, RX_EXPOSED = 2 };
 /// An entry. A record of zero bytes is one that nobody has entered: unset, its order 0. Half a line of the processor's
 /// cache, so that an element of a stem never lies in two.
 struct rx_var {
-    rx_value value;     ///< meaningful in state RX_SET
+    rx_value value;     ///< of kind none in all states but RX_SET
     uint32_t order = 0; ///< of entry in its level, from 1
     uint16_t pins = 0;  ///< how many rx_pin hold the value, usually none; the largest number stands for more
     rx_var_state state = RX_DROPPED;
