@@ -18,6 +18,6 @@ const rx_symbol &rx_numbered_symbol::at(unsigned long long number) {
     last.text = digits;
     last.hash = rx_lookup_hash(digits);
     last.index = rx_plain_index(digits);
-    last.word = 0; // a number that comes once needs no note
+    last.word = 0; // not that of the number before; one that comes once needs no note
     return *symbol_;
 }

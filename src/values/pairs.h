@@ -26,8 +26,10 @@ struct rx_pair {
     return rx_short_tail_word(bytes, value.length);
 }
 
-/// The words of both tails of a symbol; false when one of them has none, or isn't known without a search.
+/// The words of both tails of a symbol; false when it has no two, when one of them has no word or isn't known without a
+/// search, or when the symbol reaches into the environment.
 [[gnu::always_inline]] inline bool rx_pair_of(const rx_symbol &symbol, rx_pair &pair) {
+    if (symbol.tail_count != 2 || symbol.environment) return false;
     auto word_of = [](const rx_tail &tail) __attribute__((always_inline)) {
         rx_meaning meaning = rx_scope.value.row[tail.place];
         const rx_value &value = meaning.var()->value;

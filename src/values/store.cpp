@@ -58,17 +58,18 @@ inline rx_var *find_simple(const rx_symbol &symbol) {
 
 /// The value of a tail that the row doesn't know.
 [[gnu::noinline]] const rx_value *search_tail(const rx_tail &tail) {
-    if (tail.constant || rx_lacks(tail)) return nullptr;
     if (tail.lent) return &tail.lent->value;
+    if (tail.constant || rx_lacks(tail)) return nullptr;
     if (tail.text.size() >= 2 && tail.text[0] == '$') {
         tail.place = RX_PLACELESS;
         if (rx_modes->env_mode == RX_SETENV) refresh_from_environment(tail.text);
     }
-    const rx_var *var = search_simple(tail.text, tail.hash, tail.place);
-    if (rx_level &level = *rx_scope->level; !var && tail.place != RX_PLACELESS && !level.find(tail.text, tail.hash)) {
+    if (rx_level &level = *rx_scope->level; tail.place != RX_PLACELESS && !level.find(tail.text, tail.hash)) {
         tail.lacking_serial = rx_scope->serial;
         tail.lacking_among = level.names.used;
+        return nullptr;
     }
+    const rx_var *var = search_simple(tail.text, tail.hash, tail.place);
     return var && var->state == RX_SET ? &var->value : nullptr;
 }
 
@@ -179,7 +180,7 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
     known = false;
     rx_meaning meaning = rx_scope.value.row[symbol.stem_place];
     rx_pair pair;
-    if (symbol.tail_count != 2 || symbol.environment || !meaning.met() || !rx_pair_of(symbol, pair)) return nullptr;
+    if (!meaning.met() || !rx_pair_of(symbol, pair)) return nullptr;
     stem = meaning.elements()->stem;
     return rx_find_pair(*stem, pair, known);
 }
@@ -187,7 +188,7 @@ void resolve_tails(const rx_symbol &symbol, resolved_tails &tails) {
 /// Notes for find_by_pair what the tails of a symbol led to in a stem; null: the stem has no such entry.
 [[gnu::noinline]] void note_pair(const rx_symbol &symbol, const rx_stem &stem, const rx_var *var) {
     rx_pair pair;
-    if (symbol.tail_count == 2 && rx_pair_of(symbol, pair)) rx_note_pair(stem, pair, var);
+    if (rx_pair_of(symbol, pair)) rx_note_pair(stem, pair, var);
 }
 
 /// The entry that the tail or both tails of a compound lead to, when the names are known, and the stem that it is in; it
@@ -211,12 +212,11 @@ inline rx_var *find_by_tail(const rx_symbol &symbol, const rx_stem *&stem, bool 
         text = value->text();
         index = rx_plain_index(text);
         if (index < 0) hash = rx_lookup_hash(text);
-    } else if (symbol.whole_stem || symbol.environment || !stands_for_itself(tail)) {
+    } else if (symbol.whole_stem || symbol.environment || !stands_for_itself(tail) ||
+               !rx_scope->row[symbol.stem_place].met()) {
         return nullptr;
     }
-    rx_meaning meaning = rx_scope->row[symbol.stem_place];
-    if (!meaning.met()) return nullptr;
-    stem = meaning.elements()->stem;
+    stem = rx_scope->row[symbol.stem_place].elements()->stem;
     rx_var *var = nullptr;
     if (index >= 0) {
         if (static_cast<uint64_t>(index) < stem->elements.count) var = stem->elements.at(static_cast<uint64_t>(index));

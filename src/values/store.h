@@ -4,10 +4,11 @@
 // of entries keyed by their full resolved names, a stem's default being the entry named "A+". What runs is two small
 // open-addressing tables a level: one for simple names, and one for stems. Each stem has its compounds in a table of
 // its own, but for tails that are whole numbers written plainly (A.1, A.2, ...): those lie side by side by their
-// number, so that a loop over a stem neither hashes nor spells its numbers. Entries never move, and all but those of a
-// large stem that was dropped live as long as their level. What names mean is found once for each level and noted in
-// its row, at the place of the name (values/symbol.h). Other caches are valid for one serial number of the scope: every
-// push and EXPOSE makes a new one and empties the row, a pop brings back the older ones.
+// number, so that a loop over a stem neither hashes nor spells its numbers. What two tails led to is noted beside the
+// tables (values/pairs.h). Entries never move, and all but those of a large stem that was dropped live as long as their
+// level. What names mean is found once for each level and noted in its row, at the place of the name (values/symbol.h).
+// Other caches are valid for one serial number of the scope: every push and EXPOSE makes a new one and empties the row,
+// a pop brings back the older ones.
 //
 // An exposed entry (or stem key) only says "look in the next older level". Listings sort by the slot that the name has
 // under `rx_hash_name`, then by order of entry.
